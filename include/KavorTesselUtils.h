@@ -1,0 +1,7 @@
+// The umbrella header: every public header of the library, and with them the Win32 names
+// (the system's on Windows, the platform layer's elsewhere).
+#pragma once
+
+#include "TesselWin32.h"
+#include "Tessel/Export.h"
+#include "Tessel/Version.h"

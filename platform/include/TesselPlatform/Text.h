@@ -1,0 +1,84 @@
+// The runtime's and the system's text functions in their Windows forms: the secure CRT
+// formatters with the Windows reading of %s (wide) and %S (narrow), code-page conversion
+// (the ANSI code pages are UTF-8 here), environment expansion, critical sections and the
+// thread's last error.
+#pragma once
+
+#include <cstdarg>
+#include <cwchar>
+
+#include "TesselPlatform/Errors.h"
+#include "TesselPlatform/Types.h"
+
+#define _TRUNCATE (static_cast<size_t>(-1))
+#define STRUNCATE 80
+
+#define CP_ACP 0
+#define CP_OEMCP 1
+#define CP_MACCP 2
+#define CP_THREAD_ACP 3
+#define CP_UTF7 65000
+#define CP_UTF8 65001
+
+#define MB_PRECOMPOSED 0x00000001
+#define MB_ERR_INVALID_CHARS 0x00000008
+#define WC_ERR_INVALID_CHARS 0x00000080
+#define WC_NO_BEST_FIT_CHARS 0x00000400
+
+typedef struct _RTL_CRITICAL_SECTION {
+    void* Impl;         // the platform's recursive mutex, made by InitializeCriticalSection
+    LONG RecursionCount; // how often the owning thread has entered
+} CRITICAL_SECTION, *LPCRITICAL_SECTION, *PCRITICAL_SECTION;
+
+TESSEL_EXTERN_C_BEGIN
+
+// Formats with the Windows conventions: %s and %ls wide, %S and %hs narrow, %c wide, %C narrow,
+// %l and %I32 size prefixes 32 bits, %I64 and %ll 64 bits, %I pointer-sized. With count
+// _TRUNCATE a text too long is cut to fit and the call returns -1 without touching errno.
+TESSEL_PLATFORM_API int _vsnwprintf_s(wchar_t* buffer, size_t sizeOfBuffer, size_t count, const wchar_t* format,
+                                      va_list args);
+TESSEL_PLATFORM_API int _snwprintf_s(wchar_t* buffer, size_t sizeOfBuffer, size_t count, const wchar_t* format, ...);
+TESSEL_PLATFORM_API int vswprintf_s(wchar_t* buffer, size_t sizeOfBuffer, const wchar_t* format, va_list args);
+TESSEL_PLATFORM_API int swprintf_s(wchar_t* buffer, size_t sizeOfBuffer, const wchar_t* format, ...);
+TESSEL_PLATFORM_API errno_t wcsncpy_s(wchar_t* dest, size_t destSize, const wchar_t* source, size_t count);
+TESSEL_PLATFORM_API errno_t wcscpy_s(wchar_t* dest, size_t destSize, const wchar_t* source);
+TESSEL_PLATFORM_API int _wcsicmp(const wchar_t* left, const wchar_t* right);
+TESSEL_PLATFORM_API int _wcsnicmp(const wchar_t* left, const wchar_t* right, size_t count);
+TESSEL_PLATFORM_API int WINAPI lstrlenW(LPCWSTR text);
+
+TESSEL_PLATFORM_API int WINAPI MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR multiByte, int multiByteCount,
+                                                   LPWSTR wide, int wideCount);
+TESSEL_PLATFORM_API int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int wideCount,
+                                                   LPSTR multiByte, int multiByteCount, LPCSTR defaultChar,
+                                                   LPBOOL usedDefaultChar);
+TESSEL_PLATFORM_API DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR destination, DWORD size);
+
+TESSEL_PLATFORM_API void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION section);
+TESSEL_PLATFORM_API void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section);
+TESSEL_PLATFORM_API BOOL WINAPI TryEnterCriticalSection(LPCRITICAL_SECTION section);
+TESSEL_PLATFORM_API void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section);
+TESSEL_PLATFORM_API void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section);
+
+TESSEL_PLATFORM_API DWORD WINAPI GetLastError(void);
+TESSEL_PLATFORM_API void WINAPI SetLastError(DWORD code);
+
+TESSEL_EXTERN_C_END
+
+#ifdef __cplusplus
+// The array forms that the Windows headers offer to C++.
+template <size_t N>
+inline int swprintf_s(wchar_t (&buffer)[N], const wchar_t* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    const int result = vswprintf_s(buffer, N, format, args);
+    va_end(args);
+    return result;
+}
+
+template <size_t N>
+inline errno_t wcsncpy_s(wchar_t (&dest)[N], const wchar_t* source, size_t count)
+{
+    return wcsncpy_s(dest, N, source, count);
+}
+#endif

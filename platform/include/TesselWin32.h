@@ -1,0 +1,30 @@
+// The one platform header that library code includes. On Windows it brings the system headers;
+// elsewhere the platform layer's stand-ins, with the same names, values and signatures.
+#pragma once
+
+#if defined(_WIN32)
+#  ifndef WIN32_LEAN_AND_MEAN
+#    define WIN32_LEAN_AND_MEAN
+#  endif
+#  ifndef NOMINMAX
+#    define NOMINMAX
+#  endif
+#  include <windows.h>
+#  include <objbase.h>
+#  include <oleauto.h>
+#  include <shlwapi.h>
+#else
+#  include "TesselPlatform/Types.h"
+#  include "TesselPlatform/Errors.h"
+#  include "TesselPlatform/Text.h"
+#  include "TesselPlatform/Registry.h"
+#  if __has_include("TesselPlatform/System.h")
+#    include "TesselPlatform/System.h"
+#  endif
+#  if __has_include("TesselPlatform/Com.h")
+#    include "TesselPlatform/Com.h"
+#  endif
+#  if __has_include("TesselPlatform/Module.h")
+#    include "TesselPlatform/Module.h"
+#  endif
+#endif
