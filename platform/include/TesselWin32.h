@@ -24,6 +24,9 @@
 #  if __has_include("TesselPlatform/Com.h")
 #    include "TesselPlatform/Com.h"
 #  endif
+#  if __has_include("TesselPlatform/ComRuntime.h")
+#    include "TesselPlatform/ComRuntime.h"
+#  endif
 #  if __has_include("TesselPlatform/Module.h")
 #    include "TesselPlatform/Module.h"
 #  endif
