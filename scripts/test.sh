@@ -19,4 +19,7 @@ fi
 
 cmake -S . -B "$build" "${flags[@]}" >/dev/null
 cmake --build "$build" -j"$(nproc)"
+if [ "$build" = build ]; then
+  scripts/package-check.sh "$build"
+fi
 ctest --test-dir "$build" --output-on-failure -j"$(nproc)"
