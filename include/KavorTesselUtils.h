@@ -4,4 +4,8 @@
 
 #include "TesselWin32.h"
 #include "Tessel/Export.h"
+#include "Tessel/CriticalSection.h"
+#include "Tessel/ErrorStorage.h"
+#include "Tessel/ExceptionFactory.h"
+#include "Tessel/Exceptions.h"
 #include "Tessel/Version.h"
