@@ -1,0 +1,114 @@
+// Checks the secure copies' results and errno, and the case-insensitive comparisons.
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+
+#include "TesselWin32.h"
+
+namespace {
+
+TEST(WideString, WcsncpySecureCopy)
+{
+    struct Row {
+        size_t destSize;
+        const wchar_t* source;
+        size_t count;
+        errno_t result;
+        const wchar_t* copied;
+        int errnoAfter; // 0: untouched
+    };
+    const Row rows[] = {
+        {4, L"abc", _TRUNCATE, 0, L"abc", 0},
+        {4, L"abcd", _TRUNCATE, STRUNCATE, L"abc", 0},
+        {4, L"abcdefgh", 2, 0, L"ab", 0},
+        {4, L"ab", 10, 0, L"ab", 0},
+        {4, L"abcd", 4, ERANGE, L"", ERANGE},
+        {4, L"abcd", 0, 0, L"", 0},
+        {4, nullptr, 3, EINVAL, L"", EINVAL},
+        {4, nullptr, 0, 0, L"", 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << (row.source ? row.source : L"(null)") << " size " << row.destSize
+                                        << " count " << row.count);
+        wchar_t dest[4] = L"old";
+        errno = 0;
+        EXPECT_EQ(row.result, wcsncpy_s(dest, row.destSize, row.source, row.count));
+        EXPECT_STREQ(row.copied, dest);
+        EXPECT_EQ(row.errnoAfter, errno);
+    }
+
+    errno = 0;
+    EXPECT_EQ(EINVAL, wcsncpy_s(nullptr, 4, L"a", 1));
+    EXPECT_EQ(EINVAL, errno);
+    EXPECT_EQ(0, wcsncpy_s(nullptr, 0, L"a", 0));
+}
+
+TEST(WideString, TruncatedCopyOfALongDescriptionKeeps1023Characters)
+{
+    const std::wstring text(1500, L'd');
+    wchar_t dest[1024];
+    EXPECT_EQ(STRUNCATE, wcsncpy_s(dest, text.c_str(), _TRUNCATE));
+    EXPECT_EQ(std::wstring(1023, L'd'), dest);
+}
+
+TEST(WideString, WcscpyRefusesWhatDoesNotFit)
+{
+    wchar_t dest[3] = L"xy";
+    errno = 0;
+    EXPECT_EQ(ERANGE, wcscpy_s(dest, L"abc"));
+    EXPECT_EQ(ERANGE, errno);
+    EXPECT_EQ(L'\0', dest[0]);
+    EXPECT_EQ(0, wcscpy_s(dest, L"ab"));
+    EXPECT_STREQ(L"ab", dest);
+    EXPECT_EQ(EINVAL, wcscpy_s(dest, nullptr));
+}
+
+TEST(WideString, CaseInsensitiveComparisons)
+{
+    struct Row {
+        const wchar_t* left;
+        const wchar_t* right;
+        int sign;
+    };
+    const Row rows[] = {
+        {L"Software", L"SOFTWARE", 0},
+        {L"Grüße", L"GRÜSSE", 1}, // ß has no simple upper case: no folding to "ss"
+        {L"ÄÖÜÀÉÞ", L"äöüàéþ", 0},
+        {L"×", L"÷", -1}, // the multiplication sign is no letter
+        {L"ŸŁŽĀ", L"ÿłžā", 0},
+        {L"ΑΒΓΆΏ", L"αβγάώ", 0},
+        {L"МОСКВА Ё Ї", L"москва ё ї", 0},
+        {L"ＡＢＣ", L"ａｂｃ", 0},
+        // Compared in lower case, as the Windows runtime does: '_' sorts before the letters.
+        {L"A_", L"AB", -1},
+        {L"abc", L"ab", 1},
+        {L"", L"", 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.left << " vs " << row.right);
+        const auto sign = [](int value) { return (value > 0) - (value < 0); };
+        EXPECT_EQ(row.sign, sign(_wcsicmp(row.left, row.right)));
+        EXPECT_EQ(row.sign, sign(lstrcmpiW(row.left, row.right)));
+        EXPECT_EQ(-row.sign, sign(_wcsicmp(row.right, row.left)));
+    }
+
+    EXPECT_EQ(0, _wcsnicmp(L"HKEY_Local", L"hkey_lOCAL_machine", 10));
+    EXPECT_NE(0, _wcsnicmp(L"HKEY_Local", L"hkey_lOCAL_machine", 11));
+    EXPECT_EQ(0, _wcsnicmp(nullptr, L"a", 0));
+    errno = 0;
+    EXPECT_EQ(_NLSCMPERROR, _wcsicmp(nullptr, L"a"));
+    EXPECT_EQ(EINVAL, errno);
+}
+
+TEST(WideString, LengthAndStepping)
+{
+    EXPECT_EQ(0, lstrlenW(nullptr));
+    EXPECT_EQ(3, lstrlenW(L"abc"));
+    const wchar_t* text = L"ab";
+    EXPECT_EQ(text + 1, CharNextW(text));
+    EXPECT_EQ(text + 2, CharNextW(text + 2));
+}
+
+} // namespace
