@@ -1,0 +1,24 @@
+// The text that query prints, in the layout administrators know: a blank line, the key's full
+// path, one indented line per value, then the sub-keys' paths after another blank line.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "RegistryValue.h"
+
+namespace Tessel::Reg {
+
+// "    NAME    TYPE    DATA\n"; the default value is named "(Default)".
+std::wstring FormatValueLine(const RegistryValue& value);
+// The line shown for /ve when the key has no default value.
+std::wstring FormatUnsetDefaultLine();
+// A blank line, the key's path, then its values.
+std::wstring FormatKeyBlock(const std::wstring& keyName, const std::vector<RegistryValue>& values);
+// A blank line, then each sub-key's full path.
+std::wstring FormatSubKeyList(const std::wstring& keyName, const std::vector<std::wstring>& subKeyNames);
+// The summary after a search over a tree.
+std::wstring FormatSearchEnd(size_t matches);
+
+} // namespace Tessel::Reg
