@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include "CommandLine.h"
-#include "KeyPath.h"
-#include "ToolError.h"
 
 namespace Tessel::Reg {
 namespace {

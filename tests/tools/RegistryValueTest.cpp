@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "QueryReport.h"
+#include "Commands.h"
 #include "RegistryValue.h"
 
 namespace Tessel::Reg {

@@ -1,13 +1,37 @@
-// Parsing of tessel-reg's command line, and its usage texts. Each command lists the options it
-// takes, so a new command is a new table and a new usage text.
+// Parsing of tessel-reg's command line and key paths, and the usage texts. Each command lists
+// the options it takes, so a new command is a new table and a new usage text.
 
 #include "CommandLine.h"
 
-#include "KeyPath.h"
-#include "ToolError.h"
-
 namespace Tessel::Reg {
 namespace {
+
+struct RootName {
+    const wchar_t* Short;
+    const wchar_t* Long;
+    HKEY Key;
+};
+
+const RootName* FindRoot(std::wstring_view name)
+{
+    static const RootName roots[] = {
+        {L"HKLM", L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE},
+        {L"HKCU", L"HKEY_CURRENT_USER", HKEY_CURRENT_USER},
+        {L"HKCR", L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT},
+        {L"HKU", L"HKEY_USERS", HKEY_USERS},
+        {L"HKCC", L"HKEY_CURRENT_CONFIG", HKEY_CURRENT_CONFIG},
+    };
+    for (const RootName& root : roots) {
+        if (EqualsIgnoringCase(name, root.Short) || EqualsIgnoringCase(name, root.Long))
+            return &root;
+    }
+    return nullptr;
+}
+
+wchar_t AsciiUpper(wchar_t c)
+{
+    return c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - L'a' + L'A') : c;
+}
 
 enum class OptionId { Value, Default, AllValues, Recurse, Type, Data, Separator, Force };
 
@@ -121,6 +145,56 @@ void SetOnce(bool& flag)
 }
 
 } // namespace
+
+bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right)
+{
+    if (left.size() != right.size())
+        return false;
+    for (size_t i = 0; i < left.size(); ++i) {
+        if (AsciiUpper(left[i]) != AsciiUpper(right[i]))
+            return false;
+    }
+    return true;
+}
+
+std::wstring KeyPath::FullName() const
+{
+    return SubKey.empty() ? RootName : RootName + L'\\' + SubKey;
+}
+
+KeyPath KeyPath::Child(std::wstring_view name) const
+{
+    KeyPath child = *this;
+    if (!child.SubKey.empty())
+        child.SubKey += L'\\';
+    child.SubKey.append(name);
+    return child;
+}
+
+std::optional<KeyPath> ParseKeyPath(std::wstring_view text)
+{
+    if (!text.empty() && text.back() == L'\\')
+        text.remove_suffix(1);
+    const size_t separator = text.find(L'\\');
+    const RootName* root = FindRoot(text.substr(0, separator));
+    if (root == nullptr)
+        return std::nullopt;
+
+    KeyPath path;
+    path.Root = root->Key;
+    path.RootName = root->Long;
+    if (separator == std::wstring_view::npos)
+        return path;
+
+    const std::wstring_view subKey = text.substr(separator + 1);
+    // An empty component would name a key that cannot exist; the store would reject it with a
+    // less helpful status.
+    if (subKey.empty() || subKey.front() == L'\\' || subKey.back() == L'\\' ||
+        subKey.find(L"\\\\") != std::wstring_view::npos)
+        return std::nullopt;
+    path.SubKey.assign(subKey);
+    return path;
+}
 
 std::optional<Verb> VerbFromName(std::wstring_view name)
 {

@@ -1,13 +1,58 @@
-// The tessel-reg command line: which command, which key, and the options that shape it. Each
-// option has its administrator's form (/v, also -v) and a POSIX long form (--value).
+// The tessel-reg command line: which command, which key, and the options that shape it, with
+// the failure that ends a command. Each option has its administrator's form (/v, also -v) and a
+// POSIX long form (--value).
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "TesselWin32.h"
+
 namespace Tessel::Reg {
+
+// The failure that ends a tessel-reg command: the one line it prints after "ERROR: ", and
+// whether that line also points the user at the command's usage.
+class ToolError {
+public:
+    ToolError(std::wstring message, bool usageHint) : m_message(std::move(message)), m_usageHint(usageHint) {}
+
+    // Arguments that don't form a valid command.
+    static ToolError Syntax() { return ToolError(L"Invalid syntax.", true); }
+    static ToolError BadKeyName() { return ToolError(L"Invalid key name.", true); }
+    // A registry call failed; the text is the one Windows gives for the status.
+    static ToolError FromStatus(LSTATUS status);
+
+    const std::wstring& Message() const { return m_message; }
+    bool UsageHint() const { return m_usageHint; }
+
+private:
+    std::wstring m_message;
+    bool m_usageHint = false;
+};
+
+// A key as users name it: a root in its short or long form, then a backslash path.
+struct KeyPath {
+    HKEY Root = nullptr;
+    std::wstring RootName; // always the long form, as output shows it
+    std::wstring SubKey;   // empty for the root itself; never starts or ends with a backslash
+
+    // The path as output shows it: the long root name, then the sub-key path.
+    std::wstring FullName() const;
+    bool IsRoot() const { return SubKey.empty(); }
+    // The path of a child named name.
+    KeyPath Child(std::wstring_view name) const;
+};
+
+// Parses "HKLM\Software\X" and its long form. The root is matched without regard to case; one
+// trailing backslash is allowed. Returns nothing for an unknown root, an empty path component or
+// a remote-machine name.
+std::optional<KeyPath> ParseKeyPath(std::wstring_view text);
+
+// ASCII-only case folding comparison; option names, roots and type names are ASCII.
+bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right);
 
 enum class Verb { Query, Add, Delete };
 

@@ -1,13 +1,16 @@
 // The commands of tessel-reg. Each takes a parsed command line, reports through a Console and
-// returns the process's exit code; failures that end a command are thrown as ToolError.
+// returns the process's exit code; failures that end a command are thrown as ToolError. Query's
+// layout is the one administrators know: a blank line, the key's full path, one indented line per
+// value, then the sub-keys' paths after another blank line.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "CommandLine.h"
 #include "Console.h"
-#include "KeyPath.h"
+#include "RegistryValue.h"
 
 namespace Tessel::Reg {
 
@@ -19,16 +22,15 @@ int RunDelete(const CommandLine& line, Console& console);
 // "ERROR: ..." report of a failure.
 int RunTool(const std::vector<std::wstring>& args, Console& console);
 
-// The key a command names; throws ToolError for a malformed one.
-KeyPath RequireKeyPath(const CommandLine& line);
-
-// True to go ahead. With force, always; with nobody to ask, throws ToolError with refusal; else
-// asks, and on "no" tells the user that nothing was done.
-bool ConfirmOrRefuse(Console& console, bool force, const std::wstring& question, const std::wstring& refusal);
-
-constexpr int kExitSuccess = 0;
-constexpr int kExitFailure = 1;
-
-inline constexpr wchar_t kCompletedMessage[] = L"The operation completed successfully.\n";
+// "    NAME    TYPE    DATA\n"; the default value is named "(Default)".
+std::wstring FormatValueLine(const RegistryValue& value);
+// The line shown for /ve when the key has no default value.
+std::wstring FormatUnsetDefaultLine();
+// A blank line, the key's path, then its values.
+std::wstring FormatKeyBlock(const std::wstring& keyName, const std::vector<RegistryValue>& values);
+// A blank line, then each sub-key's full path.
+std::wstring FormatSubKeyList(const std::wstring& keyName, const std::vector<std::wstring>& subKeyNames);
+// The summary after a search over a tree.
+std::wstring FormatSearchEnd(size_t matches);
 
 } // namespace Tessel::Reg

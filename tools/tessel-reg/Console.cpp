@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <iostream>
 
-#include "KeyPath.h"
+#include "CommandLine.h"
 #include "TesselWin32.h"
 
 #if defined(_WIN32)

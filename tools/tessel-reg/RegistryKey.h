@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "KeyPath.h"
+#include "CommandLine.h"
 #include "RegistryValue.h"
 #include "TesselWin32.h"
 
@@ -40,5 +40,9 @@ public:
 private:
     HKEY m_key = nullptr;
 };
+
+// The English text of a registry status, without a line end. A missing key or value reads as
+// the administrator's tool words it, since that is what users search for.
+std::wstring StatusText(LSTATUS status);
 
 } // namespace Tessel::Reg

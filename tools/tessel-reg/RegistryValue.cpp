@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "KeyPath.h"
+#include "CommandLine.h"
 
 namespace Tessel::Reg {
 namespace {
@@ -184,7 +184,7 @@ std::wstring FormatData(DWORD type, const std::vector<BYTE>& data)
             return LowerHexNumber(LittleEndian(std::vector<BYTE>(data.rbegin(), data.rend())));
         break;
     case REG_QWORD:
-        if (data.size() == sizeof(QWORD))
+        if (data.size() == sizeof(ULONGLONG))
             return LowerHexNumber(LittleEndian(data));
         break;
     default:
@@ -209,12 +209,12 @@ std::optional<std::vector<BYTE>> ParseData(DWORD type, std::wstring_view text, s
         const bool isDword = type == REG_DWORD;
         // No data at all stores zero, as the administrator's tool does.
         if (text.empty())
-            return LittleEndianBytes(0, isDword ? sizeof(DWORD) : sizeof(QWORD));
+            return LittleEndianBytes(0, isDword ? sizeof(DWORD) : sizeof(ULONGLONG));
         const auto value = ParseNumber(text, isDword ? std::numeric_limits<DWORD>::max()
                                                      : std::numeric_limits<std::uint64_t>::max());
         if (!value)
             return std::nullopt;
-        return LittleEndianBytes(*value, isDword ? sizeof(DWORD) : sizeof(QWORD));
+        return LittleEndianBytes(*value, isDword ? sizeof(DWORD) : sizeof(ULONGLONG));
     }
     case REG_BINARY:
     case REG_NONE: {
