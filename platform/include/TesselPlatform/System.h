@@ -1,0 +1,54 @@
+// The system's message texts and its local heap, with the Windows signatures: FormatMessageW over
+// an English table of the Win32 codes and HRESULTs that the library meets, and LocalAlloc and
+// LocalFree, which own the texts that FormatMessageW allocates.
+#pragma once
+
+#include <cstdarg>
+
+#include "TesselPlatform/Errors.h"
+#include "TesselPlatform/Types.h"
+
+typedef HANDLE HLOCAL;
+
+#define LMEM_FIXED 0x0000
+#define LMEM_MOVEABLE 0x0002
+#define LMEM_ZEROINIT 0x0040
+#define LPTR (LMEM_FIXED | LMEM_ZEROINIT)
+
+#define FORMAT_MESSAGE_ALLOCATE_BUFFER 0x00000100
+#define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200
+#define FORMAT_MESSAGE_FROM_STRING 0x00000400
+#define FORMAT_MESSAGE_FROM_HMODULE 0x00000800
+#define FORMAT_MESSAGE_FROM_SYSTEM 0x00001000
+#define FORMAT_MESSAGE_ARGUMENT_ARRAY 0x00002000
+#define FORMAT_MESSAGE_MAX_WIDTH_MASK 0x000000FF
+
+#define LANG_NEUTRAL 0x00
+#define LANG_ENGLISH 0x09
+#define SUBLANG_NEUTRAL 0x00
+#define SUBLANG_DEFAULT 0x01
+#define SUBLANG_SYS_DEFAULT 0x02
+#define SUBLANG_ENGLISH_US 0x01
+#define MAKELANGID(primary, sub) static_cast<WORD>((static_cast<WORD>(sub) << 10) | static_cast<WORD>(primary))
+
+#define ERROR_MR_MID_NOT_FOUND 317L
+#define ERROR_RESOURCE_LANG_NOT_FOUND 1815L
+
+TESSEL_EXTERN_C_BEGIN
+
+// Only FORMAT_MESSAGE_FROM_SYSTEM is a source here, and the system texts have no inserts, so
+// FORMAT_MESSAGE_IGNORE_INSERTS changes nothing; a width in FORMAT_MESSAGE_MAX_WIDTH_MASK is not
+// applied. Languages: 0, the neutral and system defaults, and English. A 0x8007xxxx HRESULT finds
+// the text of Win32 code xxxx. Each text ends in CR LF. With FORMAT_MESSAGE_ALLOCATE_BUFFER,
+// lpBuffer is really an LPWSTR* that receives a text to be freed with LocalFree. Returns the
+// number of characters without the terminator, or 0 with the reason in GetLastError.
+TESSEL_PLATFORM_API DWORD WINAPI FormatMessageW(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId,
+                                                DWORD dwLanguageId, LPWSTR lpBuffer, DWORD nSize,
+                                                va_list* Arguments);
+
+// LMEM_MOVEABLE is treated as fixed: the handle is the memory.
+TESSEL_PLATFORM_API HLOCAL WINAPI LocalAlloc(UINT uFlags, SIZE_T uBytes);
+// Gives null on success, and the memory back on failure.
+TESSEL_PLATFORM_API HLOCAL WINAPI LocalFree(HLOCAL hMem);
+
+TESSEL_EXTERN_C_END

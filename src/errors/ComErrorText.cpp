@@ -1,0 +1,137 @@
+// The text of COM failures: GetCOMErrorMessage from the system's message table, GetErrorString
+// from the thread's error object, and SetErrorCOM, which leaves such an object for a caller.
+
+#include "Tessel/ComErrorText.h"
+
+#include <cwchar>
+#include <new>
+#include <sstream>
+
+#include "ComReference.h"
+#include "SystemText.h"
+#include "Tessel/Exceptions.h"
+
+namespace Tessel {
+
+using Internal::ComReference;
+using Internal::TrimSystemLineEnd;
+
+namespace {
+
+// The first and last codes of the range that dispatch interfaces use for their own errors.
+constexpr ULONG kDispatchErrorFirst = 0x80040200u;
+constexpr ULONG kDispatchErrorLast = 0x8004FFFFu;
+constexpr ULONG kDispatchErrorBase = 0x0200u;
+constexpr std::size_t kFallbackTextSize = 32;
+constexpr std::size_t kCodeTextSize = 128;
+
+// A text that the system or the local heap allocated; freed with LocalFree.
+class LocalText {
+public:
+    LocalText() noexcept = default;
+    ~LocalText() { LocalFree(m_text); }
+    LocalText(const LocalText&) = delete;
+    LocalText& operator=(const LocalText&) = delete;
+
+    wchar_t* Get() const noexcept { return m_text; }
+    wchar_t** Receive() noexcept { return &m_text; }
+    void Allocate(std::size_t characters) noexcept
+    {
+        m_text = static_cast<wchar_t*>(LocalAlloc(LMEM_FIXED, characters * sizeof(wchar_t)));
+    }
+
+private:
+    wchar_t* m_text = nullptr;
+};
+
+// The system's text for code, without the line end that the system puts after it.
+bool FetchSystemText(LONG code, LocalText& text)
+{
+    const DWORD flags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM;
+    const DWORD length = FormatMessageW(flags, nullptr, static_cast<DWORD>(code), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
+                                        reinterpret_cast<LPWSTR>(text.Receive()), 0, nullptr);
+    if (length == 0 || text.Get() == nullptr)
+        return false;
+    TrimSystemLineEnd(text.Get(), std::wcslen(text.Get()));
+    return true;
+}
+
+// The library's own words for a code that the system has no text for.
+void MakeFallbackText(LONG code, LocalText& text)
+{
+    text.Allocate(kFallbackTextSize);
+    if (text.Get() == nullptr)
+        return;
+    const ULONG unsignedCode = static_cast<ULONG>(code);
+    const ULONG low = unsignedCode & 0xFFFFu;
+    if (unsignedCode >= kDispatchErrorFirst && unsignedCode <= kDispatchErrorLast && low != kDispatchErrorBase)
+        swprintf_s(text.Get(), kFallbackTextSize, L"IDispatch error #%d", static_cast<int>(low - kDispatchErrorBase));
+    else
+        swprintf_s(text.Get(), kFallbackTextSize, L"Unknown error 0x%0lX", code);
+}
+
+} // namespace
+
+std::wstring GetCOMErrorMessage(LONG code)
+{
+    std::wostringstream stream;
+    stream << L"HRESULT " << std::hex << std::uppercase << code << L": ";
+    LocalText text;
+    if (!FetchSystemText(code, text))
+        MakeFallbackText(code, text);
+    if (text.Get() != nullptr)
+        stream << text.Get();
+    return stream.str();
+}
+
+std::wstring GetErrorString(IUnknown* object, const GUID& iid, LONG code)
+try {
+    ComReference<ISupportErrorInfo> support;
+    if (object != nullptr && FAILED(object->QueryInterface(IID_ISupportErrorInfo, support.ReceiveVoid())))
+        support.Reset();
+    if (support && support->InterfaceSupportsErrorInfo(iid) == S_OK) {
+        ComReference<IErrorInfo> errorObject;
+        if (SUCCEEDED(GetErrorInfo(0, errorObject.Receive())) && errorObject) {
+            BSTR description = nullptr;
+            if (SUCCEEDED(errorObject->GetDescription(&description))) {
+                std::wstring result;
+                try {
+                    if (description != nullptr)
+                        result.assign(description, SysStringLen(description));
+                } catch (...) {
+                    SysFreeString(description);
+                    throw;
+                }
+                SysFreeString(description);
+                return result;
+            }
+            SysFreeString(description);
+        }
+    }
+    wchar_t buffer[kCodeTextSize];
+    swprintf_s(buffer, kCodeTextSize, L"error %#08x", code);
+    return buffer;
+} catch (const ExceptionBase&) {
+    throw;
+} catch (const std::bad_alloc& failure) {
+    throw OutOfMemory(L"STD Bad-alloc catched in %S. %S", "Tessel::GetErrorString", failure.what());
+} catch (const std::exception& failure) {
+    throw Unexpected(L"STD exception caught in %S. %S.", "Tessel::GetErrorString", failure.what());
+}
+
+void SetErrorCOM(const wchar_t* description, const GUID& iid)
+{
+    ComReference<ICreateErrorInfo> writer;
+    if (FAILED(CreateErrorInfo(writer.Receive())) || !writer)
+        return;
+    BSTR copy = SysAllocString(description);
+    writer->SetDescription(copy);
+    SysFreeString(copy);
+    writer->SetGUID(iid);
+    ComReference<IErrorInfo> reader;
+    if (FAILED(writer->QueryInterface(IID_IErrorInfo, reader.ReceiveVoid())))
+        reader.Reset();
+    SetErrorInfo(0, reader.Get());
+}
+
+} // namespace Tessel
