@@ -2,6 +2,7 @@
 // 32-bit %l, the %I size prefixes, and the errno contract of the secure CRT.
 // Implementation here must contain only generic UNIX code.
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdint>
@@ -50,7 +51,9 @@ public:
     }
 
     std::size_t Length() const { return m_length; }
+    std::size_t Room() const { return m_limit - m_length; }
     bool Overflowed() const { return m_overflow; }
+    void MarkOverflow() { m_overflow = true; }
 
 private:
     wchar_t* m_buffer;
@@ -219,9 +222,15 @@ void PutNumber(OutputBuffer& out, const ConversionSpec& spec, const char* length
         AppendNarrowNumber(out, local, static_cast<std::size_t>(length));
         return;
     }
-    std::string large(static_cast<std::size_t>(length) + 1, '\0');
+    // Only what still fits matters, so a huge width costs no more than the buffer: the prefix
+    // holds at least one character more than there is room for, at MB_LEN_MAX bytes each.
+    const auto full = static_cast<std::size_t>(length);
+    const std::size_t wanted = std::min(full, (out.Room() + 1) * MB_LEN_MAX);
+    std::string large(wanted + 1, '\0');
     print(large.data(), large.size());
-    AppendNarrowNumber(out, large.data(), static_cast<std::size_t>(length));
+    AppendNarrowNumber(out, large.data(), wanted);
+    if (wanted < full)
+        out.MarkOverflow();
 }
 
 long long ReadSigned(SizePrefix size, va_list* args)

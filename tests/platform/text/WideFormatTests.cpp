@@ -155,6 +155,17 @@ TEST(WideFormat, TruncateCutsAtTheBufferEdgeWithoutErrno)
     }
 }
 
+TEST(WideFormat, HugeWidthIsCutLikeAnyLongText)
+{
+    wchar_t buffer[16];
+    EXPECT_EQ(-1, _snwprintf_s(buffer, 16, _TRUNCATE, L"%2000000000d", 7));
+    EXPECT_EQ(std::wstring(15, L' '), buffer);
+    EXPECT_EQ(-1, _snwprintf_s(buffer, 16, _TRUNCATE, L"%-2000000000.1f|", 0.25));
+    EXPECT_EQ(L"0.2" + std::wstring(12, L' '), buffer);
+    EXPECT_EQ(-1, _snwprintf_s(buffer, 16, _TRUNCATE, L"%2000000000s", L"x"));
+    EXPECT_EQ(std::wstring(15, L' '), buffer);
+}
+
 TEST(WideFormat, CountBelowBufferSizeCutsLikeTruncate)
 {
     wchar_t buffer[10];
