@@ -126,10 +126,7 @@ TEST(CodePage, RefusedParameters)
     };
     const Row rows[] = {
         {"code page 1252", [&] { return MultiByteToWideChar(1252, 0, "a", -1, wide, 8); }, ERROR_INVALID_PARAMETER},
-        {"null input", [&] { return MultiByteToWideChar(CP_UTF8, 0, nullptr, -1, wide, 8); },
-         ERROR_INVALID_PARAMETER},
         {"zero count", [&] { return MultiByteToWideChar(CP_UTF8, 0, "a", 0, wide, 8); }, ERROR_INVALID_PARAMETER},
-        {"count -2", [&] { return MultiByteToWideChar(CP_UTF8, 0, "a", -2, wide, 8); }, ERROR_INVALID_PARAMETER},
         {"null output", [&] { return MultiByteToWideChar(CP_UTF8, 0, "a", -1, nullptr, 8); },
          ERROR_INVALID_PARAMETER},
         {"flags on UTF-8", [&] { return MultiByteToWideChar(CP_UTF8, MB_PRECOMPOSED, "a", -1, wide, 8); },
@@ -137,10 +134,6 @@ TEST(CodePage, RefusedParameters)
         {"default char", [&] { return WideCharToMultiByte(CP_UTF8, 0, L"a", -1, narrow, 8, "?", nullptr); },
          ERROR_INVALID_PARAMETER},
         {"used default", [&] { return WideCharToMultiByte(CP_ACP, 0, L"a", -1, narrow, 8, nullptr, &usedDefault); },
-         ERROR_INVALID_PARAMETER},
-        {"UTF-7", [&] { return WideCharToMultiByte(CP_UTF7, 0, L"a", -1, narrow, 8, nullptr, nullptr); },
-         ERROR_INVALID_PARAMETER},
-        {"negative size", [&] { return WideCharToMultiByte(CP_UTF8, 0, L"a", -1, narrow, -1, nullptr, nullptr); },
          ERROR_INVALID_PARAMETER},
     };
     for (const Row& row : rows) {

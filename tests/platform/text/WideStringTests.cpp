@@ -45,14 +45,6 @@ TEST(WideString, WcsncpySecureCopy)
     EXPECT_EQ(0, wcsncpy_s(nullptr, 0, L"a", 0));
 }
 
-TEST(WideString, TruncatedCopyOfALongDescriptionKeeps1023Characters)
-{
-    const std::wstring text(1500, L'd');
-    wchar_t dest[1024];
-    EXPECT_EQ(STRUNCATE, wcsncpy_s(dest, text.c_str(), _TRUNCATE));
-    EXPECT_EQ(std::wstring(1023, L'd'), dest);
-}
-
 TEST(WideString, WcscpyRefusesWhatDoesNotFit)
 {
     wchar_t dest[3] = L"xy";
@@ -100,15 +92,6 @@ TEST(WideString, CaseInsensitiveComparisons)
     errno = 0;
     EXPECT_EQ(_NLSCMPERROR, _wcsicmp(nullptr, L"a"));
     EXPECT_EQ(EINVAL, errno);
-}
-
-TEST(WideString, LengthAndStepping)
-{
-    EXPECT_EQ(0, lstrlenW(nullptr));
-    EXPECT_EQ(3, lstrlenW(L"abc"));
-    const wchar_t* text = L"ab";
-    EXPECT_EQ(text + 1, CharNextW(text));
-    EXPECT_EQ(text + 2, CharNextW(text + 2));
 }
 
 } // namespace
