@@ -96,4 +96,8 @@ TESSEL_PLATFORM_API LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey);
 // security descriptor: opens that ask for more fail with ERROR_ACCESS_DENIED afterwards.
 TESSEL_PLATFORM_API LSTATUS WINAPI TesselRegSetKeyAccess(HKEY hKey, REGSAM granted);
 
+// For tests of failure paths: the nth database operation from now (1 = the next) fails with the
+// given SQLite result code, such as 13 (disk full) or 5 (busy); nth 0 cancels. Not for production.
+TESSEL_PLATFORM_API void WINAPI TesselRegInjectFailure(int sqliteResult, DWORD nth);
+
 TESSEL_EXTERN_C_END

@@ -1,0 +1,47 @@
+// The process's open key handles. An HKEY is a slot number and a generation, never a pointer,
+// so a closed, forged or foreign handle is found wanting instead of being followed.
+#pragma once
+
+#include <cstdint>
+#include <shared_mutex>
+#include <vector>
+
+#include "TesselPlatform/Registry.h"
+#include "registry/Hive.h"
+
+namespace TesselRegistry {
+
+struct KeyHandle {
+    HiveId hive = HiveId::Machine;
+    std::int64_t key = 0; // the key's id; 0 when the handle stands for a predefined key
+    REGSAM access = 0;    // what was asked for at open, which is what the handle may do
+    int root = -1;        // the predefined key this handle stands for, or -1
+};
+
+class HandleTable {
+public:
+    static HandleTable& Instance();
+
+    // A new handle, or nullptr when the table can't grow.
+    HKEY Insert(const KeyHandle& handle);
+    bool Find(HKEY key, KeyHandle& out) const;
+    bool Remove(HKEY key);
+
+    void LockForFork() { m_lock.lock(); }
+    void UnlockAfterFork() { m_lock.unlock(); }
+
+private:
+    struct Slot {
+        std::uint32_t generation = 0;
+        bool used = false;
+        KeyHandle handle;
+    };
+
+    bool Decode(HKEY key, std::size_t& index) const;
+
+    mutable std::shared_mutex m_lock;
+    std::vector<Slot> m_slots;
+    std::vector<std::uint32_t> m_free;
+};
+
+} // namespace TesselRegistry

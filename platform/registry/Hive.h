@@ -1,0 +1,144 @@
+// A hive: one database file, the connection this process keeps to it, and a cache of what was
+// read, checked against the database's change stamp at the start of every call. The key-level
+// operations here run only inside Read or Write, which hold the hive's lock.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "TesselPlatform/Errors.h"
+#include "TesselPlatform/Registry.h"
+#include "registry/Database.h"
+#include "registry/RegistryText.h"
+
+namespace TesselRegistry {
+
+enum class HiveId { Machine, User, Users };
+constexpr int HiveCount = 3;
+
+// The id of every hive's root key.
+constexpr std::int64_t RootKeyId = 1;
+
+struct KeyRecord {
+    std::int64_t id = 0;
+    std::int64_t parent = 0;
+    REGSAM access = 0; // what the key grants: the stand-in for its security descriptor
+    int depth = 0;     // levels below the hive root
+};
+
+struct ValueRecord {
+    DWORD type = REG_NONE;
+    std::string data;
+};
+
+struct SubKeyEntry {
+    Utf16 name;
+    Utf16 className;
+    std::int64_t written = 0; // last-write time, FILETIME units
+};
+
+struct ValueEntry {
+    Utf16 name;
+    ValueRecord value;
+};
+
+using SubKeyList = std::vector<SubKeyEntry>;
+using ValueList = std::vector<ValueEntry>;
+
+class Hive {
+public:
+    static Hive& Get(HiveId id);
+
+    // Runs body() with the lock held and the cache made current. A hive whose file doesn't
+    // exist reads as an empty root.
+    template <typename Body>
+    LONG Read(Body&& body)
+    {
+        std::lock_guard<std::mutex> guard(m_lock);
+        const LONG status = BeginRead();
+        return status != ERROR_SUCCESS ? status : body();
+    }
+
+    // Runs body() inside one write transaction, committed if it returns ERROR_SUCCESS and rolled
+    // back otherwise. Without create, a hive whose file doesn't exist answers absentStatus
+    // instead of being made.
+    template <typename Body>
+    LONG Write(bool create, LONG absentStatus, Body&& body)
+    {
+        std::lock_guard<std::mutex> guard(m_lock);
+        LONG status = BeginWrite(create);
+        if (status != ERROR_SUCCESS)
+            return status;
+        if (!m_database)
+            return absentStatus;
+        status = body();
+        return EndWrite(status);
+    }
+
+    // Lookups. KEY_DELETED when the key is gone; FILE_NOT_FOUND when a child or value is missing.
+    LONG Key(std::int64_t id, KeyRecord& out);
+    LONG Child(const KeyRecord& parent, const std::string& fold, KeyRecord& out);
+    // The record stays valid until the next call on this hive.
+    LONG Value(std::int64_t key, const std::string& fold, const ValueRecord*& out);
+    LONG SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out);
+    LONG Values(std::int64_t key, std::shared_ptr<const ValueList>& out);
+    LONG KeyInfo(std::int64_t key, Utf16& className, std::int64_t& written);
+
+    // Changes; only inside Write.
+    LONG CreateChild(const KeyRecord& parent, const Utf16& name, const std::string& fold, const Utf16* className,
+                     KeyRecord& out);
+    LONG SetValue(std::int64_t key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
+                  std::size_t size);
+    LONG DeleteValue(std::int64_t key, const std::string& fold);
+    LONG Touch(std::int64_t key);
+    LONG HasChildren(std::int64_t key, bool& result);
+    LONG DeleteKey(std::int64_t key);
+    // The key and everything below it, deepest first, with each key's grant.
+    LONG Subtree(std::int64_t key, std::vector<KeyRecord>& out);
+    LONG SetAccess(std::int64_t key, REGSAM granted);
+
+    // Fork handling: before a fork every connection is closed under the lock, so that neither
+    // side inherits SQLite's per-process lock bookkeeping for a file it has open.
+    static void LockAllForFork();
+    static void UnlockAllAfterFork();
+
+private:
+    explicit Hive(HiveId id) : m_id(id) {}
+    static Hive* const* All();
+
+    struct Cache {
+        std::unordered_map<std::int64_t, KeyRecord> keys;    // id 0 in the record: deleted
+        std::unordered_map<std::string, KeyRecord> children; // parent id + fold; id 0: no such child
+        std::unordered_map<std::string, ValueRecord> values; // key id + fold
+        std::unordered_map<std::string, bool> missingValues; // key id + fold known to have no value
+        std::unordered_map<std::int64_t, std::shared_ptr<const SubKeyList>> subKeys;
+        std::unordered_map<std::int64_t, std::shared_ptr<const ValueList>> valueLists;
+
+        std::size_t Size() const;
+        void Clear();
+    };
+
+    LONG BeginRead();
+    LONG BeginWrite(bool create);
+    LONG EndWrite(LONG status);
+    LONG Open(bool create);
+    const std::string& Path();
+    LONG Fail(int result) const { return StatusFromSqlite(result, m_writing); }
+
+    const HiveId m_id;
+    std::mutex m_lock;
+    std::string m_path; // fixed at first use in the process
+    std::unique_ptr<Database> m_database;
+    Cache m_cache;
+    ChangeStamp m_stamp;       // the database as it was when the cache was started
+    bool m_stampValid = false; // m_stamp describes the cache's contents
+    bool m_cacheUsable = false; // this call may read and fill the cache
+    bool m_writing = false;
+    ValueRecord m_scratchValue; // a value read past the cache
+};
+
+} // namespace TesselRegistry

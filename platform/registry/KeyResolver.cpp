@@ -1,0 +1,210 @@
+// Predefined keys, paths, rights and the walk down a key path. Implementation here must contain
+// only generic UNIX code.
+
+#include "registry/KeyResolver.h"
+
+#include <cstring>
+
+namespace TesselRegistry {
+
+namespace {
+
+#define GENERIC_READ_RIGHT 0x80000000u
+#define GENERIC_WRITE_RIGHT 0x40000000u
+#define GENERIC_EXECUTE_RIGHT 0x20000000u
+#define GENERIC_ALL_RIGHT 0x10000000u
+
+const RootKey* Roots()
+{
+    static const std::vector<RootKey>* roots = new std::vector<RootKey>{
+        {HKEY_CLASSES_ROOT, RootKind::Stored, HiveId::Machine, {u"Software", u"Classes"}},
+        {HKEY_CURRENT_USER, RootKind::Stored, HiveId::User, {}},
+        {HKEY_LOCAL_MACHINE, RootKind::Stored, HiveId::Machine, {}},
+        {HKEY_USERS, RootKind::Stored, HiveId::Users, {}},
+        {HKEY_PERFORMANCE_DATA, RootKind::Performance, HiveId::Machine, {}},
+        {HKEY_CURRENT_CONFIG,
+         RootKind::Stored,
+         HiveId::Machine,
+         {u"System", u"CurrentControlSet", u"Hardware Profiles", u"Current"}},
+        {HKEY_DYN_DATA, RootKind::Invalid, HiveId::Machine, {}},
+        {HKEY_PERFORMANCE_TEXT, RootKind::Performance, HiveId::Machine, {}},
+        {HKEY_PERFORMANCE_NLSTEXT, RootKind::Performance, HiveId::Machine, {}},
+    };
+    return roots->data();
+}
+constexpr int kRootCount = 9;
+
+// The keys below HKLM\Software that both views share. Kept short on purpose: the list that
+// matters to our clients, not every key a system might share.
+const char16_t* const kSharedBelowSoftware[] = {u"CLASSES", u"CLIENTS", u"POLICIES", u"REGISTEREDAPPLICATIONS",
+                                                 u"WOW6432NODE"};
+
+bool IsShared(const std::string& fold)
+{
+    for (const char16_t* shared : kSharedBelowSoftware) {
+        if (FoldKey(shared) == fold)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+LONG TargetOf(HKEY key, Target& out)
+{
+    out = Target{};
+    out.key = key;
+    if (key == nullptr)
+        return ERROR_INVALID_HANDLE;
+    const RootKey* roots = Roots();
+    const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(key);
+    for (int i = 0; i < kRootCount && value >= 0x80000000u && value <= 0x80000060u; ++i) {
+        if (roots[i].key == key) {
+            if (roots[i].kind == RootKind::Invalid)
+                return ERROR_INVALID_HANDLE;
+            out.root = &roots[i];
+            out.handle = KeyHandle{roots[i].hive, 0, KEY_ALL_ACCESS, i};
+            return ERROR_SUCCESS;
+        }
+    }
+    if (!HandleTable::Instance().Find(key, out.handle))
+        return ERROR_INVALID_HANDLE;
+    if (out.handle.root >= 0)
+        out.root = &roots[out.handle.root];
+    return ERROR_SUCCESS;
+}
+
+LONG SplitPath(const wchar_t* path, std::vector<Utf16>& parts)
+{
+    parts.clear();
+    if (path == nullptr)
+        return ERROR_SUCCESS;
+    std::size_t length = std::wcslen(path);
+    while (length > 0 && path[length - 1] == L'\\')
+        --length;
+    if (length == 0)
+        return path[0] == L'\\' ? ERROR_BAD_PATHNAME : ERROR_SUCCESS;
+    if (path[0] == L'\\')
+        return ERROR_BAD_PATHNAME;
+    std::size_t start = 0;
+    while (start <= length) {
+        std::size_t end = start;
+        while (end < length && path[end] != L'\\')
+            ++end;
+        if (end == start)
+            return ERROR_BAD_PATHNAME;
+        if (end - start > MaxKeyNameUnits * 2)
+            return ERROR_INVALID_PARAMETER;
+        const std::wstring name(path + start, end - start);
+        Utf16 part;
+        if (!ToUtf16(name.c_str(), part) || part.size() > MaxKeyNameUnits)
+            return ERROR_INVALID_PARAMETER;
+        parts.push_back(std::move(part));
+        if (parts.size() > static_cast<std::size_t>(MaxKeyDepth))
+            return ERROR_INVALID_PARAMETER;
+        start = end + 1;
+    }
+    return ERROR_SUCCESS;
+}
+
+LONG ValueName(const wchar_t* name, Utf16& out)
+{
+    out.clear();
+    if (name == nullptr)
+        return ERROR_SUCCESS;
+    if (std::wcslen(name) > MaxValueNameUnits)
+        return ERROR_INVALID_PARAMETER;
+    if (!ToUtf16(name, out) || out.size() > MaxValueNameUnits)
+        return ERROR_INVALID_PARAMETER;
+    return ERROR_SUCCESS;
+}
+
+bool ConflictingViews(REGSAM sam)
+{
+    return (sam & KEY_WOW64_RES) == KEY_WOW64_RES;
+}
+
+REGSAM RequestedRights(REGSAM sam, REGSAM granted)
+{
+    REGSAM rights = sam & ~static_cast<REGSAM>(KEY_WOW64_RES);
+    if (rights & GENERIC_READ_RIGHT)
+        rights |= KEY_READ;
+    if (rights & GENERIC_WRITE_RIGHT)
+        rights |= KEY_WRITE;
+    if (rights & GENERIC_EXECUTE_RIGHT)
+        rights |= KEY_EXECUTE;
+    if (rights & GENERIC_ALL_RIGHT)
+        rights |= KEY_ALL_ACCESS;
+    if (rights & MAXIMUM_ALLOWED)
+        rights |= granted;
+    return rights & ~static_cast<REGSAM>(GENERIC_READ_RIGHT | GENERIC_WRITE_RIGHT | GENERIC_EXECUTE_RIGHT |
+                                         GENERIC_ALL_RIGHT | MAXIMUM_ALLOWED);
+}
+
+LONG Locate(Hive& hive, const Target& target, bool create, KeyRecord& out)
+{
+    if (target.root == nullptr)
+        return hive.Key(target.handle.key, out);
+    KeyRecord root;
+    LONG status = hive.Key(RootKeyId, root);
+    if (status != ERROR_SUCCESS || target.root->prefix.empty()) {
+        out = root;
+        return status;
+    }
+    bool created = false;
+    WalkOptions options;
+    options.create = create;
+    return Walk(hive, target.root->hive, root, target.root->prefix, options, out, created);
+}
+
+LONG Walk(Hive& hive, HiveId id, const KeyRecord& start, const std::vector<Utf16>& parts, const WalkOptions& options,
+          KeyRecord& out, bool& created)
+{
+    created = false;
+    if (start.depth + static_cast<int>(parts.size()) > MaxKeyDepth)
+        return ERROR_INVALID_PARAMETER;
+    static const std::string softwareFold = FoldKey(u"SOFTWARE");
+    static const Utf16 redirectName = u"WOW6432Node";
+    static const std::string redirectFold = FoldKey(redirectName);
+
+    KeyRecord current = start;
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const std::string fold = FoldKey(parts[i]);
+        const bool last = i + 1 == parts.size();
+
+        // Steps into name below current, making it if allowed.
+        auto step = [&](const Utf16& name, const std::string& nameFold, bool isLast) -> LONG {
+            KeyRecord next;
+            LONG status = hive.Child(current, nameFold, next);
+            if (status == ERROR_FILE_NOT_FOUND && options.create) {
+                if ((current.access & KEY_CREATE_SUB_KEY) == 0)
+                    return ERROR_ACCESS_DENIED;
+                if (current.depth + 1 > MaxKeyDepth)
+                    return ERROR_INVALID_PARAMETER;
+                status = hive.CreateChild(current, name, nameFold, isLast ? options.className : nullptr, next);
+                created = status == ERROR_SUCCESS && isLast;
+            }
+            if (status == ERROR_SUCCESS)
+                current = next;
+            return status;
+        };
+
+        if (options.view32 && id == HiveId::Machine && current.depth == 1 && !IsShared(fold)) {
+            KeyRecord root;
+            KeyRecord software;
+            if (hive.Key(RootKeyId, root) == ERROR_SUCCESS && hive.Child(root, softwareFold, software) == ERROR_SUCCESS &&
+                software.id == current.id) {
+                const LONG status = step(redirectName, redirectFold, false);
+                if (status != ERROR_SUCCESS)
+                    return status;
+            }
+        }
+        const LONG status = step(parts[i], fold, last);
+        if (status != ERROR_SUCCESS)
+            return status;
+    }
+    out = current;
+    return ERROR_SUCCESS;
+}
+
+} // namespace TesselRegistry

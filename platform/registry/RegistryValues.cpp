@@ -1,0 +1,301 @@
+// The value and enumeration functions of the registry API: query, set, delete, enumerate sub-keys
+// and values, and describe a key. Implementation here must contain only generic UNIX code.
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "TesselPlatform/Registry.h"
+#include "registry/Hive.h"
+#include "registry/KeyResolver.h"
+
+using namespace TesselRegistry;
+
+namespace {
+
+bool IsPerformance(const Target& target)
+{
+    return target.root != nullptr && target.root->kind == RootKind::Performance;
+}
+
+void SetFileTime(PFILETIME time, std::int64_t value)
+{
+    if (time == nullptr)
+        return;
+    time->dwLowDateTime = static_cast<DWORD>(value & 0xFFFFFFFF);
+    time->dwHighDateTime = static_cast<DWORD>(static_cast<std::uint64_t>(value) >> 32);
+}
+
+// Copies data out the way RegQueryValueExW and RegEnumValueW do: the size always, the bytes
+// only into a buffer that holds them all.
+LONG CopyData(const ValueRecord& value, LPDWORD type, LPBYTE data, LPDWORD size)
+{
+    if (type != nullptr)
+        *type = value.type;
+    if (size == nullptr)
+        return ERROR_SUCCESS;
+    const DWORD needed = static_cast<DWORD>(value.data.size());
+    if (data != nullptr) {
+        if (*size < needed) {
+            *size = needed;
+            return ERROR_MORE_DATA;
+        }
+        if (needed != 0)
+            std::memcpy(data, value.data.data(), needed);
+    }
+    *size = needed;
+    return ERROR_SUCCESS;
+}
+
+// Resolves target for reading; a predefined key whose path doesn't exist yet reads as empty,
+// which the caller learns from a zero id.
+LONG LocateForRead(Hive& hive, const Target& target, KeyRecord& key)
+{
+    const LONG status = Locate(hive, target, false, key);
+    if (status == ERROR_FILE_NOT_FOUND && target.root != nullptr) {
+        key = KeyRecord{};
+        return ERROR_SUCCESS;
+    }
+    return status;
+}
+
+} // namespace
+
+LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
+                                LPDWORD lpcbData)
+{
+    if (lpReserved != nullptr || (lpData != nullptr && lpcbData == nullptr))
+        return ERROR_INVALID_PARAMETER;
+    Target target;
+    LONG status = TargetOf(hKey, target);
+    if (status != ERROR_SUCCESS)
+        return status;
+    if (IsPerformance(target))
+        return ERROR_FILE_NOT_FOUND;
+    if ((target.handle.access & KEY_QUERY_VALUE) == 0)
+        return ERROR_ACCESS_DENIED;
+    Utf16 name;
+    status = ValueName(lpValueName, name);
+    if (status != ERROR_SUCCESS)
+        return status;
+    const std::string fold = FoldKey(name);
+    Hive& hive = Hive::Get(target.handle.hive);
+    return hive.Read([&]() -> LONG {
+        KeyRecord key;
+        LONG result = LocateForRead(hive, target, key);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (key.id == 0)
+            return ERROR_FILE_NOT_FOUND;
+        const ValueRecord* value = nullptr;
+        result = hive.Value(key.id, fold, value);
+        return result != ERROR_SUCCESS ? result : CopyData(*value, lpType, lpData, lpcbData);
+    });
+}
+
+LSTATUS WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DWORD dwType, const BYTE* lpData,
+                              DWORD cbData)
+{
+    if (Reserved != 0 || (lpData == nullptr && cbData != 0))
+        return ERROR_INVALID_PARAMETER;
+    Target target;
+    LONG status = TargetOf(hKey, target);
+    if (status != ERROR_SUCCESS)
+        return status;
+    if (IsPerformance(target) || (target.handle.access & KEY_SET_VALUE) == 0)
+        return ERROR_ACCESS_DENIED;
+    Utf16 name;
+    status = ValueName(lpValueName, name);
+    if (status != ERROR_SUCCESS)
+        return status;
+    const std::string fold = FoldKey(name);
+    Hive& hive = Hive::Get(target.handle.hive);
+    return hive.Write(true, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
+        KeyRecord key;
+        const LONG result = Locate(hive, target, true, key);
+        return result != ERROR_SUCCESS ? result : hive.SetValue(key.id, name, fold, dwType, lpData, cbData);
+    });
+}
+
+LSTATUS WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName)
+{
+    Target target;
+    LONG status = TargetOf(hKey, target);
+    if (status != ERROR_SUCCESS)
+        return status;
+    if (IsPerformance(target) || (target.handle.access & KEY_SET_VALUE) == 0)
+        return ERROR_ACCESS_DENIED;
+    Utf16 name;
+    status = ValueName(lpValueName, name);
+    if (status != ERROR_SUCCESS)
+        return status;
+    const std::string fold = FoldKey(name);
+    Hive& hive = Hive::Get(target.handle.hive);
+    return hive.Write(false, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
+        KeyRecord key;
+        const LONG result = Locate(hive, target, false, key);
+        return result != ERROR_SUCCESS ? result : hive.DeleteValue(key.id, fold);
+    });
+}
+
+LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved,
+                             LPWSTR lpClass, LPDWORD lpcchClass, PFILETIME lpftLastWriteTime)
+{
+    if (lpName == nullptr || lpcchName == nullptr || lpReserved != nullptr ||
+        (lpClass != nullptr && lpcchClass == nullptr))
+        return ERROR_INVALID_PARAMETER;
+    Target target;
+    const LONG status = TargetOf(hKey, target);
+    if (status != ERROR_SUCCESS)
+        return status;
+    if (IsPerformance(target))
+        return ERROR_NO_MORE_ITEMS;
+    if ((target.handle.access & KEY_ENUMERATE_SUB_KEYS) == 0)
+        return ERROR_ACCESS_DENIED;
+    Hive& hive = Hive::Get(target.handle.hive);
+    return hive.Read([&]() -> LONG {
+        KeyRecord key;
+        LONG result = LocateForRead(hive, target, key);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (key.id == 0)
+            return ERROR_NO_MORE_ITEMS;
+        std::shared_ptr<const SubKeyList> list;
+        result = hive.SubKeys(key.id, list);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (dwIndex >= list->size())
+            return ERROR_NO_MORE_ITEMS;
+        const SubKeyEntry& entry = (*list)[dwIndex];
+        const std::size_t nameLength = WideLength(entry.name);
+        const std::size_t classLength = WideLength(entry.className);
+        // A buffer too small gets nothing, and its count stays as it was.
+        if (*lpcchName <= nameLength || (lpClass != nullptr && *lpcchClass <= classLength))
+            return ERROR_MORE_DATA;
+        CopyToWide(entry.name, lpName);
+        *lpcchName = static_cast<DWORD>(nameLength);
+        if (lpClass != nullptr) {
+            CopyToWide(entry.className, lpClass);
+            *lpcchClass = static_cast<DWORD>(classLength);
+        } else if (lpcchClass != nullptr) {
+            *lpcchClass = static_cast<DWORD>(classLength);
+        }
+        SetFileTime(lpftLastWriteTime, entry.written);
+        return ERROR_SUCCESS;
+    });
+}
+
+LSTATUS WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName, LPDWORD lpReserved,
+                             LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData)
+{
+    if (lpValueName == nullptr || lpcchValueName == nullptr || lpReserved != nullptr ||
+        (lpData != nullptr && lpcbData == nullptr))
+        return ERROR_INVALID_PARAMETER;
+    Target target;
+    const LONG status = TargetOf(hKey, target);
+    if (status != ERROR_SUCCESS)
+        return status;
+    if (IsPerformance(target))
+        return ERROR_NO_MORE_ITEMS;
+    if ((target.handle.access & KEY_QUERY_VALUE) == 0)
+        return ERROR_ACCESS_DENIED;
+    Hive& hive = Hive::Get(target.handle.hive);
+    return hive.Read([&]() -> LONG {
+        KeyRecord key;
+        LONG result = LocateForRead(hive, target, key);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (key.id == 0)
+            return ERROR_NO_MORE_ITEMS;
+        std::shared_ptr<const ValueList> list;
+        result = hive.Values(key.id, list);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (dwIndex >= list->size())
+            return ERROR_NO_MORE_ITEMS;
+        const ValueEntry& entry = (*list)[dwIndex];
+        const std::size_t nameLength = WideLength(entry.name);
+        if (*lpcchValueName <= nameLength)
+            return ERROR_MORE_DATA;
+        CopyToWide(entry.name, lpValueName);
+        *lpcchValueName = static_cast<DWORD>(nameLength);
+        return CopyData(entry.value, lpType, lpData, lpcbData);
+    });
+}
+
+LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, LPDWORD lpReserved, LPDWORD lpcSubKeys,
+                                LPDWORD lpcbMaxSubKeyLen, LPDWORD lpcbMaxClassLen, LPDWORD lpcValues,
+                                LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen, LPDWORD lpcbSecurityDescriptor,
+                                PFILETIME lpftLastWriteTime)
+{
+    if (lpReserved != nullptr || (lpClass != nullptr && lpcchClass == nullptr))
+        return ERROR_INVALID_PARAMETER;
+    Target target;
+    const LONG status = TargetOf(hKey, target);
+    if (status != ERROR_SUCCESS)
+        return status;
+    if (!IsPerformance(target) && (target.handle.access & KEY_QUERY_VALUE) == 0)
+        return ERROR_ACCESS_DENIED;
+
+    Utf16 className;
+    std::int64_t written = 0;
+    std::size_t subKeys = 0, maxSubKey = 0, maxClass = 0, values = 0, maxValueName = 0, maxData = 0;
+    Hive& hive = Hive::Get(target.handle.hive);
+    const LONG result = IsPerformance(target) ? ERROR_SUCCESS : hive.Read([&]() -> LONG {
+        KeyRecord key;
+        LONG found = LocateForRead(hive, target, key);
+        if (found != ERROR_SUCCESS || key.id == 0)
+            return found;
+        found = hive.KeyInfo(key.id, className, written);
+        std::shared_ptr<const SubKeyList> keyList;
+        std::shared_ptr<const ValueList> valueList;
+        if (found == ERROR_SUCCESS)
+            found = hive.SubKeys(key.id, keyList);
+        if (found == ERROR_SUCCESS)
+            found = hive.Values(key.id, valueList);
+        if (found != ERROR_SUCCESS)
+            return found;
+        subKeys = keyList->size();
+        for (const SubKeyEntry& entry : *keyList) {
+            maxSubKey = std::max(maxSubKey, entry.name.size());
+            maxClass = std::max(maxClass, entry.className.size());
+        }
+        values = valueList->size();
+        for (const ValueEntry& entry : *valueList) {
+            maxValueName = std::max(maxValueName, entry.name.size());
+            maxData = std::max(maxData, entry.value.data.size());
+        }
+        return ERROR_SUCCESS;
+    });
+    if (result != ERROR_SUCCESS)
+        return result;
+
+    LONG outcome = ERROR_SUCCESS;
+    if (lpcchClass != nullptr) {
+        const std::size_t classLength = WideLength(className);
+        if (lpClass != nullptr) {
+            if (*lpcchClass <= classLength)
+                outcome = ERROR_MORE_DATA;
+            else
+                CopyToWide(className, lpClass);
+        }
+        *lpcchClass = static_cast<DWORD>(classLength);
+    }
+    // Lengths are in UTF-16 units, never fewer than the wchar_t the names take here.
+    if (lpcSubKeys != nullptr)
+        *lpcSubKeys = static_cast<DWORD>(subKeys);
+    if (lpcbMaxSubKeyLen != nullptr)
+        *lpcbMaxSubKeyLen = static_cast<DWORD>(maxSubKey);
+    if (lpcbMaxClassLen != nullptr)
+        *lpcbMaxClassLen = static_cast<DWORD>(maxClass);
+    if (lpcValues != nullptr)
+        *lpcValues = static_cast<DWORD>(values);
+    if (lpcbMaxValueNameLen != nullptr)
+        *lpcbMaxValueNameLen = static_cast<DWORD>(maxValueName);
+    if (lpcbMaxValueLen != nullptr)
+        *lpcbMaxValueLen = static_cast<DWORD>(maxData);
+    if (lpcbSecurityDescriptor != nullptr)
+        *lpcbSecurityDescriptor = 0;
+    SetFileTime(lpftLastWriteTime, written);
+    return outcome;
+}
