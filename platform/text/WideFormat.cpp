@@ -210,10 +210,22 @@ void PutNumber(OutputBuffer& out, const ConversionSpec& spec, const char* length
     *p++ = conversion;
     *p = '\0';
 
+    int width = spec.width;
     const auto print = [&](char* target, std::size_t size) {
-        return spec.precision >= 0 ? std::snprintf(target, size, format, spec.width, spec.precision, value)
-                                   : std::snprintf(target, size, format, spec.width, value);
+        return spec.precision >= 0 ? std::snprintf(target, size, format, width, spec.precision, value)
+                                   : std::snprintf(target, size, format, width, value);
     };
+    // The C library would pad a huge width in full only for us to drop it. Beyond the room
+    // left plus the number itself, more width shows nothing new, so the width stops there.
+    constexpr int kPlainWidth = 256;
+    if (width > kPlainWidth) {
+        width = 0;
+        const int bare = print(nullptr, 0);
+        if (bare < 0)
+            return;
+        const std::size_t enough = static_cast<std::size_t>(bare) + out.Room() + 1;
+        width = enough < static_cast<std::size_t>(spec.width) ? static_cast<int>(enough) : spec.width;
+    }
     char local[128];
     const int length = print(local, sizeof local);
     if (length < 0)
@@ -222,8 +234,8 @@ void PutNumber(OutputBuffer& out, const ConversionSpec& spec, const char* length
         AppendNarrowNumber(out, local, static_cast<std::size_t>(length));
         return;
     }
-    // Only what still fits matters, so a huge width costs no more than the buffer: the prefix
-    // holds at least one character more than there is room for, at MB_LEN_MAX bytes each.
+    // Only what still fits matters: the prefix holds at least one character more than there is
+    // room for, at MB_LEN_MAX bytes each.
     const auto full = static_cast<std::size_t>(length);
     const std::size_t wanted = std::min(full, (out.Room() + 1) * MB_LEN_MAX);
     std::string large(wanted + 1, '\0');

@@ -156,6 +156,8 @@ TEST(WideFormat, HugeWidthIsCutLikeAnyLongText)
     EXPECT_EQ(std::wstring(15, L' '), buffer);
     EXPECT_EQ(-1, _snwprintf_s(buffer, 16, _TRUNCATE, L"%-2000000000.1f|", 0.25));
     EXPECT_EQ(L"0.2" + std::wstring(12, L' '), buffer);
+    EXPECT_EQ(-1, _snwprintf_s(buffer, 16, _TRUNCATE, L"%+02000000000d", 7));
+    EXPECT_EQ(L"+" + std::wstring(14, L'0'), buffer);
     EXPECT_EQ(-1, _snwprintf_s(buffer, 16, _TRUNCATE, L"%2000000000s", L"x"));
     EXPECT_EQ(std::wstring(15, L' '), buffer);
 }
