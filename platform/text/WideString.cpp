@@ -59,6 +59,10 @@ char32_t SimpleLower(char32_t c)
             return c + 1;
         return c;
     }
+    if (c >= 0x531 && c <= 0x556)
+        return c + 0x30;
+    if (IsEvenUpper(c, 0x1E00, 0x1E95) || IsEvenUpper(c, 0x1EA0, 0x1EFF))
+        return c + 1;
     if (c >= 0xFF21 && c <= 0xFF3A)
         return c + 0x20;
     return c;

@@ -61,7 +61,8 @@ TESSEL_PLATFORM_API int swprintf_s(wchar_t* buffer, size_t sizeOfBuffer, const w
 TESSEL_PLATFORM_API errno_t wcsncpy_s(wchar_t* dest, size_t destSize, const wchar_t* source, size_t count);
 TESSEL_PLATFORM_API errno_t wcscpy_s(wchar_t* dest, size_t destSize, const wchar_t* source);
 // Compare the simple lower-case forms of the characters, the same in every locale: Latin-1,
-// Latin Extended-A, Greek, Cyrillic and the full-width Latin letters fold; nothing else does.
+// Latin Extended-A and Additional, Greek, Cyrillic, Armenian and the full-width Latin letters
+// fold; nothing else does. The result's sign orders the lower-case forms as numbers.
 TESSEL_PLATFORM_API int _wcsicmp(const wchar_t* left, const wchar_t* right);
 TESSEL_PLATFORM_API int _wcsnicmp(const wchar_t* left, const wchar_t* right, size_t count);
 TESSEL_PLATFORM_API int WINAPI lstrlenW(LPCWSTR text);

@@ -72,7 +72,7 @@ TEST(WideString, CaseInsensitiveComparisons)
         {L"ŸŁŽĀ", L"ÿłžā", 0},
         {L"ΑΒΓΆΏ", L"αβγάώ", 0},
         {L"МОСКВА Ё Ї", L"москва ё ї", 0},
-        {L"ＡＢＣ", L"ａｂｃ", 0},
+        {L"ＡＢＣ Ա Ạ", L"ａｂｃ ա ạ", 0},
         // Compared in lower case, as the Windows runtime does: '_' sorts before the letters.
         {L"A_", L"AB", -1},
         {L"abc", L"ab", 1},
