@@ -435,8 +435,9 @@ public:
 // PersistentDataParameterNotFoundException whichever unit starts first.
 namespace Registration {
 
+// Core.
 static const ExceptionRegistrar s_internalError(InternalError::Name, InternalError::Code,
-                                               &ThrowFromRecord<InternalError>);
+                                                &ThrowFromRecord<InternalError>);
 static const ExceptionRegistrar s_notImplemented(GUID_NULL, NotImplemented::Code, &ThrowFromRecord<NotImplemented>);
 static const ExceptionRegistrar s_outOfMemory(GUID_NULL, OutOfMemory::Code, &ThrowFromRecord<OutOfMemory>);
 static const ExceptionRegistrar s_unexpected(GUID_NULL, Unexpected::Code, &ThrowFromRecord<Unexpected>);
@@ -444,25 +445,45 @@ static const ExceptionRegistrar s_invalidArg(GUID_NULL, InvalidArg::Code, &Throw
 static const ExceptionRegistrar s_noInterface(GUID_NULL, NoInterface::Code, &ThrowFromRecord<NoInterface>);
 static const ExceptionRegistrar s_pointer(GUID_NULL, Pointer::Code, &ThrowFromRecord<Pointer>);
 static const ExceptionRegistrar s_accessDenied(GUID_NULL, AccessDenied::Code, &ThrowFromRecord<AccessDenied>);
-static const ExceptionRegistrar s_elevationRequired(GUID_NULL, ElevationRequired::Code, &ThrowFromRecord<ElevationRequired>);
+static const ExceptionRegistrar s_elevationRequired(GUID_NULL, ElevationRequired::Code,
+                                                    &ThrowFromRecord<ElevationRequired>);
 
-static const ExceptionRegistrar s_persistentDataParameterNotFoundException(GUID_NULL, PersistentDataParameterNotFoundException::Code, &ThrowFromRecord<PersistentDataParameterNotFoundException>);
-static const ExceptionRegistrar s_invalidPersistentDataTypeException(GUID_NULL, InvalidPersistentDataTypeException::Code, &ThrowFromRecord<InvalidPersistentDataTypeException>);
-static const ExceptionRegistrar s_unknownPersistentDataException(GUID_NULL, UnknownPersistentDataException::Code, &ThrowFromRecord<UnknownPersistentDataException>);
-static const ExceptionRegistrar s_persistentDataNotFoundException(GUID_NULL, PersistentDataNotFoundException::Code, &ThrowFromRecord<PersistentDataNotFoundException>);
+// Persistent data.
+static const ExceptionRegistrar s_persistentDataParameterNotFoundException(
+    GUID_NULL, PersistentDataParameterNotFoundException::Code,
+    &ThrowFromRecord<PersistentDataParameterNotFoundException>);
+static const ExceptionRegistrar s_invalidPersistentDataTypeException(
+    GUID_NULL, InvalidPersistentDataTypeException::Code, &ThrowFromRecord<InvalidPersistentDataTypeException>);
+static const ExceptionRegistrar s_unknownPersistentDataException(GUID_NULL, UnknownPersistentDataException::Code,
+                                                                 &ThrowFromRecord<UnknownPersistentDataException>);
+static const ExceptionRegistrar s_persistentDataNotFoundException(GUID_NULL, PersistentDataNotFoundException::Code,
+                                                                  &ThrowFromRecord<PersistentDataNotFoundException>);
 
-static const ExceptionRegistrar s_parameterNotFoundException(GUID_NULL, ParameterNotFoundException::Code, &ThrowFromRecord<ParameterNotFoundException>);
-static const ExceptionRegistrar s_invalidTypeException(GUID_NULL, InvalidTypeException::Code, &ThrowFromRecord<InvalidTypeException>);
-static const ExceptionRegistrar s_unknownConfigurationException(GUID_NULL, UnknownConfigurationException::Code, &ThrowFromRecord<UnknownConfigurationException>);
-static const ExceptionRegistrar s_configurationNotFoundException(GUID_NULL, ConfigurationNotFoundException::Code, &ThrowFromRecord<ConfigurationNotFoundException>);
+// Configuration.
+static const ExceptionRegistrar s_parameterNotFoundException(GUID_NULL, ParameterNotFoundException::Code,
+                                                             &ThrowFromRecord<ParameterNotFoundException>);
+static const ExceptionRegistrar s_invalidTypeException(GUID_NULL, InvalidTypeException::Code,
+                                                       &ThrowFromRecord<InvalidTypeException>);
+static const ExceptionRegistrar s_unknownConfigurationException(GUID_NULL, UnknownConfigurationException::Code,
+                                                                &ThrowFromRecord<UnknownConfigurationException>);
+static const ExceptionRegistrar s_configurationNotFoundException(GUID_NULL, ConfigurationNotFoundException::Code,
+                                                                 &ThrowFromRecord<ConfigurationNotFoundException>);
 
-static const ExceptionRegistrar s_persistencyNotFound(GUID_NULL, PersistencyNotFound::Code, &ThrowFromRecord<PersistencyNotFound>);
-static const ExceptionRegistrar s_persistencyFailed(GUID_NULL, PersistencyFailed::Code, &ThrowFromRecord<PersistencyFailed>);
-static const ExceptionRegistrar s_persistencyClosed(GUID_NULL, PersistencyClosed::Code, &ThrowFromRecord<PersistencyClosed>);
-static const ExceptionRegistrar s_persistencyMoreData(GUID_NULL, PersistencyMoreData::Code, &ThrowFromRecord<PersistencyMoreData>);
-static const ExceptionRegistrar s_persistencyOtherType(GUID_NULL, PersistencyOtherType::Code, &ThrowFromRecord<PersistencyOtherType>);
-static const ExceptionRegistrar s_persistencyInvalid(GUID_NULL, PersistencyInvalid::Code, &ThrowFromRecord<PersistencyInvalid>);
-static const ExceptionRegistrar s_persistencyDenied(GUID_NULL, PersistencyDenied::Code, &ThrowFromRecord<PersistencyDenied>);
+// Persistency.
+static const ExceptionRegistrar s_persistencyNotFound(GUID_NULL, PersistencyNotFound::Code,
+                                                      &ThrowFromRecord<PersistencyNotFound>);
+static const ExceptionRegistrar s_persistencyFailed(GUID_NULL, PersistencyFailed::Code,
+                                                    &ThrowFromRecord<PersistencyFailed>);
+static const ExceptionRegistrar s_persistencyClosed(GUID_NULL, PersistencyClosed::Code,
+                                                    &ThrowFromRecord<PersistencyClosed>);
+static const ExceptionRegistrar s_persistencyMoreData(GUID_NULL, PersistencyMoreData::Code,
+                                                      &ThrowFromRecord<PersistencyMoreData>);
+static const ExceptionRegistrar s_persistencyOtherType(GUID_NULL, PersistencyOtherType::Code,
+                                                       &ThrowFromRecord<PersistencyOtherType>);
+static const ExceptionRegistrar s_persistencyInvalid(GUID_NULL, PersistencyInvalid::Code,
+                                                     &ThrowFromRecord<PersistencyInvalid>);
+static const ExceptionRegistrar s_persistencyDenied(GUID_NULL, PersistencyDenied::Code,
+                                                    &ThrowFromRecord<PersistencyDenied>);
 
 } // namespace Registration
 

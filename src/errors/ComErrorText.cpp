@@ -4,6 +4,7 @@
 #include "Tessel/ComErrorText.h"
 
 #include <cwchar>
+#include <memory>
 #include <new>
 #include <sstream>
 
@@ -24,6 +25,10 @@ constexpr ULONG kDispatchErrorLast = 0x8004FFFFu;
 constexpr ULONG kDispatchErrorBase = 0x0200u;
 constexpr std::size_t kFallbackTextSize = 32;
 constexpr std::size_t kCodeTextSize = 128;
+
+struct BstrDeleter {
+    void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
+};
 
 // A text that the system or the local heap allocated; freed with LocalFree.
 class LocalText {
@@ -48,7 +53,8 @@ private:
 bool FetchSystemText(LONG code, LocalText& text)
 {
     const DWORD flags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM;
-    const DWORD length = FormatMessageW(flags, nullptr, static_cast<DWORD>(code), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT),
+    const DWORD language = MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT);
+    const DWORD length = FormatMessageW(flags, nullptr, static_cast<DWORD>(code), language,
                                         reinterpret_cast<LPWSTR>(text.Receive()), 0, nullptr);
     if (length == 0 || text.Get() == nullptr)
         return false;
@@ -92,20 +98,12 @@ try {
     if (support && support->InterfaceSupportsErrorInfo(iid) == S_OK) {
         ComReference<IErrorInfo> errorObject;
         if (SUCCEEDED(GetErrorInfo(0, errorObject.Receive())) && errorObject) {
-            BSTR description = nullptr;
-            if (SUCCEEDED(errorObject->GetDescription(&description))) {
-                std::wstring result;
-                try {
-                    if (description != nullptr)
-                        result.assign(description, SysStringLen(description));
-                } catch (...) {
-                    SysFreeString(description);
-                    throw;
-                }
-                SysFreeString(description);
-                return result;
-            }
-            SysFreeString(description);
+            BSTR raw = nullptr;
+            const HRESULT read = errorObject->GetDescription(&raw);
+            // Freed on every way out, also when the read failed but left a text behind.
+            const std::unique_ptr<OLECHAR, BstrDeleter> description(raw);
+            if (SUCCEEDED(read))
+                return description ? std::wstring(description.get(), SysStringLen(description.get())) : std::wstring();
         }
     }
     wchar_t buffer[kCodeTextSize];

@@ -137,8 +137,9 @@ void ExceptionFactory::Throw(const GUID& guid, LONG code, const IErrorInfo* info
 void ExceptionFactory::Throw(const ErrorStorage& record)
 {
     const ExceptionFactory& factory = getExceptionFactoryInstance();
-    const ExceptionThrower thrower = record.HasName() ? factory.FindNamedThrower(record.GetName(), record.GetCode())
-                                                      : factory.FindComThrower(record.GetComGuid(), record.GetComCode());
+    const ExceptionThrower thrower = record.HasName()
+                                         ? factory.FindNamedThrower(record.GetName(), record.GetCode())
+                                         : factory.FindComThrower(record.GetComGuid(), record.GetComCode());
     if (thrower != nullptr)
         thrower(record);
 }
