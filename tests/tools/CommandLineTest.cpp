@@ -55,13 +55,6 @@ TEST(KeyPath, RejectsUnknownRootsAndEmptyComponents)
     }
 }
 
-TEST(KeyPath, ChildOfRootHasNoLeadingSeparator)
-{
-    const KeyPath root = *ParseKeyPath(L"HKCU");
-    EXPECT_EQ(root.Child(L"a").SubKey, L"a");
-    EXPECT_EQ(root.Child(L"a").Child(L"b").FullName(), L"HKEY_CURRENT_USER\\a\\b");
-}
-
 TEST(CommandLine, AdministratorAndPosixSpellingsMeanTheSame)
 {
     struct Case {

@@ -199,8 +199,8 @@ TEST_F(TesselRegCommands, AddWithoutValueOptionCreatesKeyOrSetsDefault)
     EXPECT_EQ(FormatData(REG_SZ, Stored(L"Software\\TesselRegTest", L"")->Data), L"default data");
 }
 
-// Checks that bad arguments to add leave no key behind.
-TEST_F(TesselRegCommands, AddRefusesBadTypeDataOrSeparatorBeforeWriting)
+// Checks that bad arguments leave no key behind.
+TEST_F(TesselRegCommands, RefusesBadKeyTypeDataOrSeparatorBeforeWriting)
 {
     struct Case {
         std::vector<std::wstring> Args;
@@ -224,6 +224,8 @@ TEST_F(TesselRegCommands, AddRefusesBadTypeDataOrSeparatorBeforeWriting)
     }
     EXPECT_EQ(Run({L"add", L"HKXY\\a"}), 1);
     EXPECT_EQ(m_console.ErrText, L"ERROR: Invalid key name." + hint);
+    EXPECT_EQ(Run({L"delete", L"HKCU", L"/f"}), 1);
+    EXPECT_EQ(m_console.ErrText, L"ERROR: Invalid key name. Type \"tessel-reg delete /?\" for usage.\n");
 }
 
 TEST_F(TesselRegCommands, DeletesOneValueAllValuesOrTheWholeTree)
@@ -281,21 +283,6 @@ TEST_F(TesselRegCommands, DeleteAsksFirstAndRefusesWithoutATerminal)
     EXPECT_EQ(agreeing.Questions, std::vector<std::wstring>{L"Delete the registry key " + kFull + L"\\Sub (Yes/No)?"});
     EXPECT_FALSE(KeyExists(L"Software\\TesselRegTest\\Sub"));
     EXPECT_TRUE(KeyExists(L"Software\\TesselRegTest"));
-}
-
-TEST_F(TesselRegCommands, RootKeysCannotBeDeleted)
-{
-    EXPECT_EQ(Run({L"delete", L"HKCU", L"/f"}), 1);
-    EXPECT_EQ(m_console.ErrText, L"ERROR: Invalid key name. Type \"tessel-reg delete /?\" for usage.\n");
-}
-
-TEST_F(TesselRegCommands, HelpPrintsUsageAndSucceeds)
-{
-    EXPECT_EQ(Run({L"/?"}), 0);
-    EXPECT_NE(m_console.OutText.find(L"tessel-reg COMMAND"), std::wstring::npos);
-    EXPECT_EQ(Run({L"add", L"--help"}), 0);
-    EXPECT_EQ(m_console.OutText.rfind(L"tessel-reg add KEY", 0), 0u);
-    EXPECT_EQ(m_console.ErrText, L"");
 }
 
 } // namespace

@@ -112,7 +112,8 @@ LSTATUS RegistryKey::ReadSubKeyNames(std::vector<std::wstring>& names) const
             return ERROR_SUCCESS;
         if (status != ERROR_SUCCESS)
             return status;
-        names.emplace_back(name.data(), nameChars);
+        // The count may be in UTF-16 units where wchar_t is wider; the terminator is not.
+        names.emplace_back(name.data());
     }
 }
 
