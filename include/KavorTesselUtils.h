@@ -4,8 +4,12 @@
 
 #include "TesselWin32.h"
 #include "Tessel/Export.h"
+#include "Tessel/ConfigReaderFactory.h"
 #include "Tessel/CriticalSection.h"
 #include "Tessel/ErrorStorage.h"
 #include "Tessel/ExceptionFactory.h"
 #include "Tessel/Exceptions.h"
+#include "Tessel/IConfigReader.h"
+#include "Tessel/PersistentDataWriterFactory.h"
+#include "Tessel/ThreadSafeSingleton.h"
 #include "Tessel/Version.h"
