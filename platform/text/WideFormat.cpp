@@ -119,7 +119,8 @@ void PutWideString(OutputBuffer& out, const ConversionSpec& spec, const wchar_t*
     PutPadded(out, spec, text, length);
 }
 
-// Narrow text is UTF-8; the precision counts the wide characters it becomes.
+// Narrow text is UTF-8, and an ill-formed byte becomes U+FFFD rather than failing the whole
+// call; the precision counts the wide characters written, as C's wide printf counts them.
 void PutNarrowString(OutputBuffer& out, const ConversionSpec& spec, const char* text)
 {
     if (text == nullptr) {
