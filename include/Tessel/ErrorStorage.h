@@ -142,7 +142,14 @@ inline ErrorStorage::ErrorStorage(LONG code, const GUID& guid, const IErrorInfo*
     // The interface has no const methods; asking for the text changes nothing in the object.
     IErrorInfo* object = const_cast<IErrorInfo*>(info);
     BSTR text = nullptr;
-    if (FAILED(object->GetDescription(&text))) {
+    HRESULT read = E_FAIL;
+    // A client's object might throw; that is a failed read, since nothing may leave here.
+    try {
+        read = object->GetDescription(&text);
+    } catch (...) {
+        read = E_UNEXPECTED;
+    }
+    if (FAILED(read)) {
         SysFreeString(text);
         return;
     }
