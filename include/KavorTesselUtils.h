@@ -4,6 +4,7 @@
 
 #include "TesselWin32.h"
 #include "Tessel/Export.h"
+#include "Tessel/ComErrorText.h"
 #include "Tessel/ConfigReaderFactory.h"
 #include "Tessel/CriticalSection.h"
 #include "Tessel/ErrorStorage.h"
