@@ -301,7 +301,13 @@ std::wstring UsageText(std::optional<Verb> verb)
                L"  delete  delete a value, all values or a whole key\n"
                L"\n"
                L"KEY is ROOT\\path, where ROOT is HKLM, HKCU, HKCR, HKU or HKCC, or the long form\n"
-               L"(HKEY_LOCAL_MACHINE, ...). Type \"tessel-reg COMMAND /?\" for a command's options.\n";
+               L"(HKEY_LOCAL_MACHINE, ...).\n"
+               L"\n"
+               L"Options (each also as -x, and as the POSIX long form in brackets):\n"
+               L"  /v NAME (--value)   /ve (--default)   /va (--all-values)   /t TYPE (--type)\n"
+               L"  /d DATA (--data)    /f (--force)      /s (--recurse for query, --separator for add)\n"
+               L"  /? (-h, --help)\n"
+               L"Type \"tessel-reg COMMAND /?\" for what a command takes.\n";
     }
     switch (*verb) {
     case Verb::Query:
@@ -309,20 +315,20 @@ std::wstring UsageText(std::optional<Verb> verb)
                L"\n"
                L"  /v NAME, --value NAME  show only the value NAME\n"
                L"  /ve, --default         show only the default value\n"
-               L"  /s, --recurse          show all sub-keys and their values, at any depth\n"
+               L"  /s, --recurse          show all sub-keys and their values, at any depth; with /v or /ve,\n"
+               L"                         show that value wherever it is in the tree\n"
                L"\n"
                L"Example: tessel-reg query HKLM\\Software\\Example /s\n";
     case Verb::Add:
         return L"tessel-reg add KEY [/v NAME | /ve] [/t TYPE] [/s SEPARATOR] [/d DATA] [/f]\n"
                L"\n"
-               L"  /v NAME, --value NAME  the value to set; without /v or /ve, /d sets the default value\n"
-               L"  /ve, --default         set the default value\n"
-               L"  /t TYPE, --type TYPE   REG_SZ (the default), REG_MULTI_SZ, REG_EXPAND_SZ, REG_DWORD,\n"
-               L"                         REG_QWORD, REG_BINARY or REG_NONE\n"
-               L"  /s SEP, --separator SEP  one character that separates REG_MULTI_SZ items in DATA\n"
-               L"                         (\\0 if not given)\n"
-               L"  /d DATA, --data DATA   the data: numbers in decimal or 0x hex, binary as hex pairs\n"
-               L"  /f, --force            overwrite an existing value without asking\n"
+               L"  /v NAME, --value NAME    the value to set; without /v or /ve, /d sets the default value\n"
+               L"  /ve, --default           set the default value\n"
+               L"  /t TYPE, --type TYPE     REG_SZ (the default), REG_MULTI_SZ, REG_EXPAND_SZ, REG_DWORD,\n"
+               L"                           REG_QWORD, REG_BINARY or REG_NONE\n"
+               L"  /s SEP, --separator SEP  the one character between REG_MULTI_SZ items in DATA (else \\0)\n"
+               L"  /d DATA, --data DATA     numbers in decimal or 0x hex, binary as hex pairs\n"
+               L"  /f, --force              overwrite an existing value without asking\n"
                L"\n"
                L"Example: tessel-reg add HKLM\\Software\\Example /v Retries /t REG_DWORD /d 3\n";
     case Verb::Delete:
