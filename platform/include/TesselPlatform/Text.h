@@ -32,10 +32,6 @@
 #define WC_COMPOSITECHECK 0x00000200
 #define WC_NO_BEST_FIT_CHARS 0x00000400
 
-#ifndef ERROR_INVALID_FLAGS
-#  define ERROR_INVALID_FLAGS 1004L
-#endif
-
 // What _wcsicmp and _wcsnicmp give for a null argument, with errno EINVAL.
 #define _NLSCMPERROR 2147483647
 
