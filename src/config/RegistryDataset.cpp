@@ -90,10 +90,9 @@ HKEY RegistryDataset::ResolveRoot(const std::wstring& location, std::wstring& su
         subKey = location;
         return HKEY_LOCAL_MACHINE;
     }
-    const std::wstring firstSegment = location.substr(0, backslash);
     subKey = location.substr(backslash + 1);
     for (const RootKeyword& entry : kRoots) {
-        if (firstSegment == entry.keyword)
+        if (location.compare(0, backslash, entry.keyword) == 0)
             return entry.root;
     }
     Raise(m_policy->unknown, nullptr);

@@ -1,0 +1,266 @@
+// The reader's hot paths beside the raw registry calls that they make, measured in one run: a
+// factory open plus one read, a read on an open reader, a read of a missing parameter, and the
+// names of 1,000 sub-keys. "allocs" counts operator new per iteration.
+
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <ftw.h>
+#include <new>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "Tessel/ConfigReaderFactory.h"
+#include "Tessel/Exceptions.h"
+#include "TesselWin32.h"
+#include "common/Long32.h"
+#include "common/Utf16Data.h"
+
+namespace {
+
+std::atomic<long> g_allocations{0};
+
+} // namespace
+
+// None of these is inlined, so that the compiler does not pair malloc and free with new and delete.
+[[gnu::noinline]] void* operator new(std::size_t size)
+{
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* block = std::malloc(size == 0 ? 1 : size))
+        return block;
+    throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+namespace {
+
+const wchar_t* const kSubKey = L"Software\\Kavor\\Tessel\\Bench";
+const std::wstring kLocation = L"HKLM\\Software\\Kavor\\Tessel\\Bench";
+const std::wstring kManyLocation = kLocation + L"\\Many";
+constexpr int kManyCount = 1000;
+// Names built once: what a client pays to make its arguments is not the library's cost.
+const std::wstring kInt = L"Int";
+const std::wstring kMissing = L"Missing";
+
+// Reports allocations per iteration beside the time.
+class AllocationCounter {
+public:
+    explicit AllocationCounter(benchmark::State& state) : m_state(state), m_start(g_allocations.load()) {}
+    ~AllocationCounter()
+    {
+        const double iterations = static_cast<double>(m_state.iterations());
+        if (iterations > 0)
+            m_state.counters["allocs"] = static_cast<double>(g_allocations.load() - m_start) / iterations;
+    }
+
+private:
+    benchmark::State& m_state;
+    long m_start;
+};
+
+void SetText(HKEY key, const wchar_t* name, const std::wstring& text)
+{
+    const std::vector<BYTE> data = Tessel::Detail::Utf16FromWide(text, true);
+    RegSetValueExW(key, name, 0, REG_SZ, data.data(), static_cast<DWORD>(data.size()));
+}
+
+void Populate()
+{
+    HKEY key = nullptr;
+    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) !=
+        ERROR_SUCCESS) {
+        std::abort();
+    }
+    SetText(key, L"Int", L"123456");
+    for (int i = 0; i < kManyCount; ++i) {
+        const std::wstring name = std::wstring(kSubKey) + L"\\Many\\Entry" + std::to_wstring(i);
+        HKEY child = nullptr;
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, name.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &child, nullptr);
+        RegCloseKey(child);
+    }
+    RegCloseKey(key);
+}
+
+// What GetInt does underneath: one query into the fixed buffer, then the 32-bit parse.
+int RawQueryInt(HKEY key, const wchar_t* name)
+{
+    alignas(8) BYTE buffer[32600];
+    DWORD type = 0;
+    DWORD size = sizeof buffer;
+    if (RegQueryValueExW(key, name, nullptr, &type, buffer, &size) != ERROR_SUCCESS || type != REG_SZ)
+        return -1;
+    const std::wstring text = Tessel::Detail::WideFromUtf16(buffer, size >= 2 ? size - 2 : 0);
+    wchar_t* end = nullptr;
+    return Tessel::Detail::WcsToLong32(text.c_str(), &end, 10);
+}
+
+void Raw_OpenAndReadInt(benchmark::State& state)
+{
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        HKEY key = nullptr;
+        RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
+        benchmark::DoNotOptimize(RawQueryInt(key, kInt.c_str()));
+        RegCloseKey(key);
+    }
+}
+
+void Library_GetConfigReaderGetInt(benchmark::State& state)
+{
+    const Tessel::ConfigReaderFactory& factory = Tessel::ConfigReaderFactory::GetInstance();
+    AllocationCounter counter(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(factory.GetConfigReader(kLocation)->GetInt(kInt));
+}
+
+void Raw_ReadInt(benchmark::State& state)
+{
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
+    {
+        AllocationCounter counter(state);
+        for (auto _ : state)
+            benchmark::DoNotOptimize(RawQueryInt(key, kInt.c_str()));
+    }
+    RegCloseKey(key);
+}
+
+void Library_GetInt(benchmark::State& state)
+{
+    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
+    AllocationCounter counter(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(reader->GetInt(kInt));
+}
+
+void Raw_QueryMissing(benchmark::State& state)
+{
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
+    {
+        AllocationCounter counter(state);
+        for (auto _ : state) {
+            alignas(8) BYTE buffer[32600];
+            DWORD type = 0;
+            DWORD size = sizeof buffer;
+            benchmark::DoNotOptimize(RegQueryValueExW(key, kMissing.c_str(), nullptr, &type, buffer, &size));
+        }
+    }
+    RegCloseKey(key);
+}
+
+void Library_GetIntOrMissing(benchmark::State& state)
+{
+    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
+    AllocationCounter counter(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(reader->GetIntOr(kMissing, 7));
+}
+
+// The throw and its narrow text are the price here, not the store.
+void Library_GetIntMissingThrows(benchmark::State& state)
+{
+    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        try {
+            benchmark::DoNotOptimize(reader->GetInt(kMissing));
+        } catch (const Tessel::ParameterNotFoundException& failure) {
+            benchmark::DoNotOptimize(failure.GetDescription());
+        }
+    }
+}
+
+void Raw_EnumerateSubKeys(benchmark::State& state)
+{
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, (std::wstring(kSubKey) + L"\\Many").c_str(), 0,
+                  KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
+    {
+        AllocationCounter counter(state);
+        for (auto _ : state) {
+            // The same calls as the library: the count again at every index, so that a key that
+            // changes during the walk is followed.
+            std::vector<std::wstring> names;
+            DWORD count = 0;
+            DWORD longest = 0;
+            RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr, nullptr,
+                             nullptr, nullptr);
+            names.reserve(count);
+            std::vector<wchar_t> buffer;
+            for (DWORD index = 0; index < count; ++index) {
+                DWORD current = 0;
+                RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &current, &longest, nullptr, nullptr, nullptr,
+                                 nullptr, nullptr, nullptr);
+                buffer.resize(longest + 2);
+                DWORD capacity = longest + 1;
+                FILETIME lastWrite;
+                if (RegEnumKeyExW(key, index, buffer.data(), &capacity, nullptr, nullptr, nullptr, &lastWrite) ==
+                    ERROR_SUCCESS)
+                    names.emplace_back(buffer.data(), capacity);
+            }
+            benchmark::DoNotOptimize(names.data());
+        }
+    }
+    RegCloseKey(key);
+}
+
+void Library_GetSubDatasetNames(benchmark::State& state)
+{
+    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kManyLocation);
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        const std::vector<std::wstring> names = reader->GetSubDatasetNames();
+        if (names.size() != kManyCount)
+            state.SkipWithError("wrong number of sub-keys");
+        benchmark::DoNotOptimize(names.data());
+    }
+}
+
+BENCHMARK(Raw_OpenAndReadInt);
+BENCHMARK(Library_GetConfigReaderGetInt);
+BENCHMARK(Raw_ReadInt);
+BENCHMARK(Library_GetInt);
+BENCHMARK(Raw_QueryMissing);
+BENCHMARK(Library_GetIntOrMissing);
+BENCHMARK(Library_GetIntMissingThrows);
+BENCHMARK(Raw_EnumerateSubKeys);
+BENCHMARK(Library_GetSubDatasetNames);
+
+int RemoveEntry(const char* path, const struct stat*, int, struct FTW*)
+{
+    return std::remove(path);
+}
+
+} // namespace
+
+// Runs against a scratch store unless TESSEL_REGISTRY_DIR names one.
+int main(int argc, char** argv)
+{
+    std::string scratch;
+    if (std::getenv("TESSEL_REGISTRY_DIR") == nullptr) {
+        std::string pattern = "/tmp/tessel-bench-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr)
+            return 1;
+        scratch = pattern;
+        setenv("TESSEL_REGISTRY_DIR", scratch.c_str(), 1);
+    }
+    Populate();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    if (!scratch.empty())
+        nftw(scratch.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
+    return 0;
+}
