@@ -285,5 +285,24 @@ TEST_F(TesselRegCommands, DeleteAsksFirstAndRefusesWithoutATerminal)
     EXPECT_TRUE(KeyExists(L"Software\\TesselRegTest"));
 }
 
+// Checks that a registry failure other than "not found" reaches the user with its own text.
+TEST_F(TesselRegCommands, ReportsAccessDeniedByItsText)
+{
+    Add({kKey, L"/v", L"A", L"/d", L"1"});
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\TesselRegTest", 0, KEY_ALL_ACCESS, &key), ERROR_SUCCESS);
+    ASSERT_EQ(TesselRegSetKeyAccess(key, KEY_READ), ERROR_SUCCESS);
+    RegCloseKey(key);
+
+    for (const auto& args : {std::vector<std::wstring>{L"add", kKey, L"/v", L"B", L"/d", L"2", L"/f"},
+                             std::vector<std::wstring>{L"delete", kKey, L"/v", L"A", L"/f"},
+                             std::vector<std::wstring>{L"delete", kKey, L"/f"}}) {
+        SCOPED_TRACE(std::string(args[0].begin(), args[0].end()) + " " + std::to_string(args.size()));
+        EXPECT_EQ(Run(args), 1);
+        EXPECT_EQ(m_console.ErrText, L"ERROR: Access is denied.\n");
+    }
+    EXPECT_EQ(Query({kKey, L"/v", L"A"}), L"\n" + kFull + L"\n    A    REG_SZ    1\n\n");
+}
+
 } // namespace
 } // namespace Tessel::Reg
