@@ -135,7 +135,8 @@ public:
     ExceptionFactory& operator=(ExceptionFactory&& other) noexcept;
     ~ExceptionFactory();
 
-    // The first registration of a key wins; a later one is dropped without a word.
+    // The first registration of a key wins; a later one is dropped without a word. Memory that
+    // runs out comes back as OutOfMemory without a text.
     static void Register(const GUID& guid, LONG code, ExceptionThrower thrower);
     static void Register(const wchar_t* name, ULONG code, ExceptionThrower thrower);
 
@@ -148,6 +149,7 @@ public:
     // Throws the registered class of the record's identity; returns normally if there is none.
     static void Throw(const ErrorStorage& record);
 
+    // How many keys each map holds, for diagnostics; entries are never removed.
     std::size_t GetComThrowerCount() const noexcept { return m_comThrowers.size(); }
     std::size_t GetNamedThrowerCount() const noexcept { return m_namedThrowers.size(); }
 
