@@ -7,6 +7,11 @@ function(tessel_set_warnings target)
       -Wnon-virtual-dtor -Wold-style-cast -Wcast-align -Woverloaded-virtual
       -Wformat=2 -Wno-format-nonliteral
       $<$<BOOL:${TESSEL_WERROR}>:-Werror>)
+    if(WIN32)
+      # The system's COM interfaces declare no destructor; objects implementing them are released
+      # through IUnknown::Release, never deleted through an interface pointer.
+      target_compile_options(${target} PRIVATE -Wno-non-virtual-dtor)
+    endif()
   endif()
 endfunction()
 
