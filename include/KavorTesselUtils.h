@@ -11,6 +11,8 @@
 #include "Tessel/ExceptionFactory.h"
 #include "Tessel/Exceptions.h"
 #include "Tessel/IConfigReader.h"
+#include "Tessel/PersistBasic.h"
+#include "Tessel/PersistRegistry.h"
 #include "Tessel/PersistentDataWriterFactory.h"
 #include "Tessel/ThreadSafeSingleton.h"
 #include "Tessel/Version.h"
