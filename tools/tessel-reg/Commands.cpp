@@ -306,24 +306,20 @@ int RunAdd(const CommandLine& line, Console& console)
     }
 
     RegistryKey key;
-    LSTATUS status = key.Create(path, setsValue ? KEY_QUERY_VALUE | KEY_SET_VALUE : KEY_READ);
-    if (status != ERROR_SUCCESS)
-        throw ToolError::FromStatus(status);
+    Require(key.Create(path, setsValue ? KEY_QUERY_VALUE | KEY_SET_VALUE : KEY_READ));
 
     if (setsValue) {
         RegistryValue existing;
-        status = key.ReadValue(value.Name, existing);
+        const LSTATUS status = key.ReadValue(value.Name, existing);
         if (status == ERROR_SUCCESS) {
             const std::wstring name = DisplayName(value.Name);
             if (!ConfirmOrRefuse(console, line.Force, L"Value " + name + L" exists, overwrite(Yes/No)?",
                                  L"Value " + name + L" exists; use /f to overwrite it."))
                 return kExitFailure;
         } else if (status != ERROR_FILE_NOT_FOUND) {
-            throw ToolError::FromStatus(status);
+            Require(status);
         }
-        status = key.WriteValue(value);
-        if (status != ERROR_SUCCESS)
-            throw ToolError::FromStatus(status);
+        Require(key.WriteValue(value));
     }
     console.Out(kCompletedMessage);
     return kExitSuccess;
