@@ -67,7 +67,8 @@ TEST(CommandLine, AdministratorAndPosixSpellingsMeanTheSame)
         {{L"add", L"HKCU\\a", L"/v", L"N", L"/t", L"REG_MULTI_SZ", L"/s", L",", L"/d", L"x,y", L"/f"},
          {L"add", L"HKCU\\a", L"--value=N", L"--type", L"REG_MULTI_SZ", L"--separator", L",", L"--data=x,y",
           L"--force"}},
-        {{L"ADD", L"/T", L"REG_DWORD", L"HKCU\\a", L"/D", L"7"}, {L"add", L"HKCU\\a", L"-t", L"REG_DWORD", L"-d", L"7"}},
+        {{L"ADD", L"/T", L"REG_DWORD", L"HKCU\\a", L"/D", L"7"},
+         {L"add", L"HKCU\\a", L"-t", L"REG_DWORD", L"-d", L"7"}},
         {{L"delete", L"HKCU\\a", L"/va", L"/f"}, {L"delete", L"HKCU\\a", L"--all-values", L"--force"}},
     };
     for (const Case& c : cases) {

@@ -35,7 +35,7 @@ wchar_t AsciiUpper(wchar_t c)
 
 enum class OptionId { Value, Default, AllValues, Recurse, Type, Data, Separator, Force };
 
-struct OptionSpec {
+struct OptionEntry {
     OptionId Id;
     const wchar_t* Short; // without its '/' or '-'
     const wchar_t* Long;  // without its "--"
@@ -43,13 +43,13 @@ struct OptionSpec {
 };
 
 // /s means "recurse" to query and "separator" to add, as it does in the administrator's tool.
-const OptionSpec kQueryOptions[] = {
+const OptionEntry kQueryOptions[] = {
     {OptionId::Value, L"v", L"value", true},
     {OptionId::Default, L"ve", L"default", false},
     {OptionId::Recurse, L"s", L"recurse", false},
 };
 
-const OptionSpec kAddOptions[] = {
+const OptionEntry kAddOptions[] = {
     {OptionId::Value, L"v", L"value", true},
     {OptionId::Default, L"ve", L"default", false},
     {OptionId::Type, L"t", L"type", true},
@@ -58,37 +58,37 @@ const OptionSpec kAddOptions[] = {
     {OptionId::Force, L"f", L"force", false},
 };
 
-const OptionSpec kDeleteOptions[] = {
+const OptionEntry kDeleteOptions[] = {
     {OptionId::Value, L"v", L"value", true},
     {OptionId::Default, L"ve", L"default", false},
     {OptionId::AllValues, L"va", L"all-values", false},
     {OptionId::Force, L"f", L"force", false},
 };
 
-struct VerbSpec {
+struct VerbEntry {
     Verb Command;
     const wchar_t* Name;
-    const OptionSpec* Options;
+    const OptionEntry* Options;
     size_t OptionCount;
 };
 
 template <size_t N>
-constexpr VerbSpec MakeVerb(Verb verb, const wchar_t* name, const OptionSpec (&options)[N])
+constexpr VerbEntry MakeVerb(Verb verb, const wchar_t* name, const OptionEntry (&options)[N])
 {
-    return VerbSpec{verb, name, options, N};
+    return VerbEntry{verb, name, options, N};
 }
 
-const VerbSpec kVerbs[] = {
+const VerbEntry kVerbs[] = {
     MakeVerb(Verb::Query, L"query", kQueryOptions),
     MakeVerb(Verb::Add, L"add", kAddOptions),
     MakeVerb(Verb::Delete, L"delete", kDeleteOptions),
 };
 
-const VerbSpec& SpecOf(Verb verb)
+const VerbEntry& EntryOf(Verb verb)
 {
-    for (const VerbSpec& spec : kVerbs) {
-        if (spec.Command == verb)
-            return spec;
+    for (const VerbEntry& entry : kVerbs) {
+        if (entry.Command == verb)
+            return entry;
     }
     throw ToolError::Syntax();
 }
@@ -99,7 +99,7 @@ bool LooksLikeOption(std::wstring_view arg)
 }
 
 // Finds the option an argument names; inlineArgument receives what follows '=' in "--type=X".
-const OptionSpec* FindOption(const VerbSpec& verb, std::wstring_view arg, std::optional<std::wstring>& inlineArgument)
+const OptionEntry* FindOption(const VerbEntry& verb, std::wstring_view arg, std::optional<std::wstring>& inlineArgument)
 {
     std::wstring_view name;
     bool isLong = false;
@@ -115,7 +115,7 @@ const OptionSpec* FindOption(const VerbSpec& verb, std::wstring_view arg, std::o
         name = arg.substr(1);
     }
     for (size_t i = 0; i < verb.OptionCount; ++i) {
-        const OptionSpec& option = verb.Options[i];
+        const OptionEntry& option = verb.Options[i];
         if (EqualsIgnoringCase(name, isLong ? option.Long : option.Short))
             return &option;
     }
@@ -198,16 +198,16 @@ std::optional<KeyPath> ParseKeyPath(std::wstring_view text)
 
 std::optional<Verb> VerbFromName(std::wstring_view name)
 {
-    for (const VerbSpec& spec : kVerbs) {
-        if (EqualsIgnoringCase(name, spec.Name))
-            return spec.Command;
+    for (const VerbEntry& entry : kVerbs) {
+        if (EqualsIgnoringCase(name, entry.Name))
+            return entry.Command;
     }
     return std::nullopt;
 }
 
 const wchar_t* VerbName(Verb verb)
 {
-    return SpecOf(verb).Name;
+    return EntryOf(verb).Name;
 }
 
 bool IsHelpArgument(std::wstring_view arg)
@@ -224,7 +224,7 @@ CommandLine ParseCommandLine(const std::vector<std::wstring>& args)
     if (!verb)
         throw ToolError::Syntax();
     line.Command = *verb;
-    const VerbSpec& spec = SpecOf(*verb);
+    const VerbEntry& entry = EntryOf(*verb);
 
     for (size_t i = 1; i < args.size(); ++i) {
         if (IsHelpArgument(args[i])) {
@@ -245,7 +245,7 @@ CommandLine ParseCommandLine(const std::vector<std::wstring>& args)
         }
 
         std::optional<std::wstring> argument;
-        const OptionSpec* option = FindOption(spec, arg, argument);
+        const OptionEntry* option = FindOption(entry, arg, argument);
         if (option == nullptr)
             throw ToolError::Syntax();
         if (option->TakesArgument && !argument) {
