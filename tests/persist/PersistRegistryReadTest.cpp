@@ -27,69 +27,47 @@ protected:
     PersistRegistry m_registry{PersistTest::kTestPath, Tessel::ReadOnly};
 };
 
-// Runs `read`, then reports whether `unchanged` still holds, also when the read raised.
-template <class Read, class Check>
-bool Observe(bool& untouched, Read read, Check unchanged)
-{
-    struct Report {
-        bool& out;
-        Check& check;
-        ~Report() { out = check(); }
-    } report{untouched, unchanged};
-    return read();
-}
-
+// One Read overload: the stored types it takes and the tail of its wrong-type message.
 struct Overload {
     const char* label;
     std::vector<DWORD> accepts;
-    const wchar_t* wrongType; // behind "Storage item '<name>' "
-    std::function<bool(const PersistRegistry&, const wchar_t*, bool optional, bool& untouched)> read;
+    const wchar_t* wrongType;
+    std::function<bool(const PersistRegistry&, const wchar_t*, bool optional)> read;
 };
 
 template <class T>
-Overload Simple(const char* label, std::vector<DWORD> accepts, const wchar_t* wrongType)
+bool ReadAs(const PersistRegistry& registry, const wchar_t* name, bool optional)
 {
-    return {label, accepts, wrongType, [](const PersistRegistry& r, const wchar_t* n, bool o, bool& untouched) {
-                T v = T(77);
-                return Observe(untouched, [&] { return r.Read(n, v, o); }, [&] { return v == T(77); });
-            }};
+    T value{};
+    return registry.Read(name, value, optional);
 }
 
-std::vector<Overload> AllOverloads()
-{
-    return {
-        Simple<LONG>("long", {REG_SZ, REG_DWORD}, L"is not dword or string"),
-        Simple<ULONG>("unsigned long", {REG_DWORD}, L"is not dword"),
-        Simple<float>("float", {REG_SZ, REG_EXPAND_SZ}, L"is not a string"),
-        Simple<double>("double", {REG_SZ, REG_EXPAND_SZ}, L"is not a string"),
-        Simple<bool>("bool", {REG_DWORD, REG_BINARY}, L"is not dword or binary"),
-        {"string", {REG_SZ, REG_EXPAND_SZ}, L"is not a string",
-         [](const PersistRegistry& r, const wchar_t* n, bool o, bool& untouched) {
-             std::wstring v = L"old";
-             return Observe(untouched, [&] { return r.Read(n, v, true, o); }, [&] { return v == L"old"; });
-         }},
-        {"list", {REG_SZ, REG_EXPAND_SZ}, L"is not a string",
-         [](const PersistRegistry& r, const wchar_t* n, bool o, bool& untouched) {
-             std::vector<std::wstring> v{L"old"};
-             return Observe(untouched, [&] { return r.Read(n, v, o); }, [&] { return v.empty(); });
-         }},
-        {"bytes", {REG_BINARY}, L"is not binary",
-         [](const PersistRegistry& r, const wchar_t* n, bool o, bool& untouched) {
-             std::vector<unsigned char> v(16, 0xAA);
-             return Observe(untouched, [&] { return r.Read(n, v.data(), 0, v.size(), o); },
-                            [&] { return v == std::vector<unsigned char>(16, 0xAA); });
-         }},
-        {"characters", {REG_SZ, REG_EXPAND_SZ}, L"is not a string",
-         [](const PersistRegistry& r, const wchar_t* n, bool o, bool& untouched) {
-             std::wstring v(16, L'Z');
-             return Observe(untouched, [&] { return r.Read(n, &v[0], v.size(), false, o); },
-                            [&] { return v == std::wstring(16, L'Z'); });
-         }},
-    };
-}
+const Overload kOverloads[] = {
+    {"long", {REG_SZ, REG_DWORD}, L"is not dword or string", ReadAs<LONG>},
+    {"unsigned long", {REG_DWORD}, L"is not dword", ReadAs<ULONG>},
+    {"float", {REG_SZ, REG_EXPAND_SZ}, L"is not a string", ReadAs<float>},
+    {"double", {REG_SZ, REG_EXPAND_SZ}, L"is not a string", ReadAs<double>},
+    {"list", {REG_SZ, REG_EXPAND_SZ}, L"is not a string", ReadAs<std::vector<std::wstring>>},
+    {"bool", {REG_DWORD, REG_BINARY}, L"is not dword or binary", ReadAs<bool>},
+    {"string", {REG_SZ, REG_EXPAND_SZ}, L"is not a string",
+     [](const PersistRegistry& r, const wchar_t* n, bool o) {
+         std::wstring v;
+         return r.Read(n, v, true, o);
+     }},
+    {"bytes", {REG_BINARY}, L"is not binary",
+     [](const PersistRegistry& r, const wchar_t* n, bool o) {
+         unsigned char v[16];
+         return r.Read(n, v, 0, sizeof v, o);
+     }},
+    {"characters", {REG_SZ, REG_EXPAND_SZ}, L"is not a string",
+     [](const PersistRegistry& r, const wchar_t* n, bool o) {
+         wchar_t v[16];
+         return r.Read(n, v, 16, false, o);
+     }},
+};
 
-// Checks every overload against every stored type, present, absent and closed. `optional`
-// forgives absence only: a wrong type raises either way, and the variable stays as it was.
+// Checks every overload against every stored type, and against an absent item and a closed
+// object. `optional` forgives absence only: a wrong type raises either way.
 TEST_F(PersistRegistryRead, EachOverloadTakesItsTypesAndRefusesTheRest)
 {
     const struct {
@@ -97,9 +75,9 @@ TEST_F(PersistRegistryRead, EachOverloadTakesItsTypesAndRefusesTheRest)
         DWORD type;
         std::vector<BYTE> data;
     } items[] = {
-        {L"sz", REG_SZ, Utf16(L"42")},           {L"expand", REG_EXPAND_SZ, Utf16(L"42")},
-        {L"binary", REG_BINARY, {0x00, 0x00}},   {L"dword", REG_DWORD, PersistTest::Dword(0)},
-        {L"multi", REG_MULTI_SZ, Utf16(L"a")},   {L"qword", REG_QWORD, {1, 0, 0, 0, 0, 0, 0, 0}},
+        {L"sz", REG_SZ, Utf16(L"42")},         {L"expand", REG_EXPAND_SZ, Utf16(L"42")},
+        {L"binary", REG_BINARY, {1, 0}},       {L"dword", REG_DWORD, PersistTest::Dword(1)},
+        {L"multi", REG_MULTI_SZ, Utf16(L"a")}, {L"qword", REG_QWORD, {1, 0, 0, 0, 0, 0, 0, 0}},
         {L"none", REG_NONE, {}},
     };
     for (const auto& item : items)
@@ -107,34 +85,27 @@ TEST_F(PersistRegistryRead, EachOverloadTakesItsTypesAndRefusesTheRest)
     PersistRegistry closed(m_registry);
     closed.Close();
 
-    for (const Overload& overload : AllOverloads()) {
+    for (const Overload& overload : kOverloads) {
         for (const bool optional : {false, true}) {
             SCOPED_TRACE(::testing::Message() << overload.label << (optional ? ", optional" : ""));
-            bool untouched = false;
             for (const auto& item : items) {
                 SCOPED_TRACE(::testing::Message() << "stored " << std::wstring(item.name));
                 const auto& accepts = overload.accepts;
-                if (std::find(accepts.begin(), accepts.end(), item.type) != accepts.end()) {
-                    EXPECT_TRUE(overload.read(m_registry, item.name, optional, untouched));
-                    EXPECT_FALSE(untouched);
-                    continue;
-                }
-                ExpectRaises<Tessel::PersistencyOtherType>(
-                    [&] { overload.read(m_registry, item.name, optional, untouched); },
-                    L"Storage item '" + std::wstring(item.name) + L"' " + overload.wrongType);
-                EXPECT_TRUE(untouched);
+                if (std::find(accepts.begin(), accepts.end(), item.type) != accepts.end())
+                    EXPECT_TRUE(overload.read(m_registry, item.name, optional));
+                else
+                    ExpectRaises<Tessel::PersistencyOtherType>(
+                        [&] { overload.read(m_registry, item.name, optional); },
+                        L"Storage item '" + std::wstring(item.name) + L"' " + overload.wrongType);
             }
             if (optional)
-                EXPECT_FALSE(overload.read(m_registry, L"missing", true, untouched));
+                EXPECT_FALSE(overload.read(m_registry, L"missing", true));
             else
-                ExpectRaises<Tessel::PersistencyNotFound>(
-                    [&] { overload.read(m_registry, L"missing %s", false, untouched); },
-                    L"Storage item 'missing %s' not found");
-            EXPECT_TRUE(untouched);
-            ExpectRaises<Tessel::PersistencyClosed>([&] { overload.read(closed, L"sz", optional, untouched); },
-                                                    L"Can't perform operation because registry object has been "
-                                                    L"closed");
-            EXPECT_TRUE(untouched);
+                ExpectRaises<Tessel::PersistencyNotFound>([&] { overload.read(m_registry, L"missing %s", false); },
+                                                          L"Storage item 'missing %s' not found");
+            ExpectRaises<Tessel::PersistencyClosed>(
+                [&] { overload.read(closed, L"sz", optional); },
+                L"Can't perform operation because registry object has been closed");
         }
     }
 }
@@ -233,6 +204,11 @@ TEST_F(PersistRegistryRead, TextsAndLists)
         EXPECT_EQ(row.text, text);
         EXPECT_EQ(row.list, list);
     }
+    std::wstring text = L"kept";
+    std::vector<std::wstring> list{L"stale"};
+    EXPECT_FALSE(m_registry.Read(L"missing", text, false, true) || m_registry.Read(L"missing", list, true));
+    EXPECT_EQ(L"kept", text);
+    EXPECT_TRUE(list.empty()) << "a list is emptied first, whatever the outcome";
 }
 
 TEST_F(PersistRegistryRead, ExpansionFollowsTheCallerNotTheStoredType)

@@ -63,21 +63,18 @@ TEST_F(PersistRegistryWrite, WhatIsWrittenReadsBack)
     m_registry.Write(L"long", LONG{-5});
     m_registry.Write(L"ulong", ULONG{5});
     m_registry.Write(L"float", 1.5f);
-    m_registry.Write(L"flag", true);
     m_registry.Write(L"text", std::wstring(L"100% \U0001F600"));
-
-    LONG signedValue = 0;
-    ULONG unsignedValue = 0;
+    LONG fromText = 0;
+    LONG fromDword = 0;
     float single = 0;
-    bool flag = false;
     std::wstring text;
-    EXPECT_TRUE(m_registry.Read(L"long", signedValue, false) && signedValue == -5);
-    EXPECT_TRUE(m_registry.Read(L"ulong", signedValue, false) && signedValue == 5);
-    EXPECT_TRUE(m_registry.Read(L"ulong", unsignedValue, false) && unsignedValue == 5);
-    EXPECT_TRUE(m_registry.Read(L"float", single, false) && single == 1.5f);
-    EXPECT_TRUE(m_registry.Read(L"flag", flag, false) && flag);
-    EXPECT_TRUE(m_registry.Read(L"text", text, false, false));
+    EXPECT_TRUE(m_registry.Read(L"long", fromText, false) && m_registry.Read(L"ulong", fromDword, false) &&
+                m_registry.Read(L"float", single, false) && m_registry.Read(L"text", text, false, false));
+    EXPECT_EQ(-5, fromText);
+    EXPECT_EQ(5, fromDword);
+    EXPECT_EQ(1.5f, single);
     EXPECT_EQ(L"100% \U0001F600", text);
+    ULONG unsignedValue = 0;
     ExpectRaises<Tessel::PersistencyOtherType>([&] { m_registry.Read(L"long", unsignedValue, false); },
                                                L"Storage item 'long' is not dword");
 }
