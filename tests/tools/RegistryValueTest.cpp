@@ -72,12 +72,6 @@ TEST(RegistryValue, RefusesDataThatDoesNotFitTheType)
     }
 }
 
-TEST(RegistryValue, MultiStringTakesAnotherSeparator)
-{
-    const Bytes expected = {'a', 0, 0, 0, 'b', 0, '\\', 0, '0', 0, 0, 0, 0, 0};
-    EXPECT_EQ(ParseData(REG_MULTI_SZ, L"a#b\\0", L"#"), expected);
-}
-
 TEST(RegistryValue, FormatsDataAsQueryShowsIt)
 {
     struct Case {
