@@ -11,6 +11,7 @@
 #  endif
 #  include <windows.h>
 #  include <objbase.h>
+#  include <comcat.h>
 #  include <oleauto.h>
 #  include <shlwapi.h>
 #else

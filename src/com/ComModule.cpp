@@ -3,6 +3,7 @@
 
 #include "com/ComModule.h"
 
+#include <cwchar>
 #include <string>
 
 #include "com/registrar/RegObject.h"

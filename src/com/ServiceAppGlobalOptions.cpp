@@ -3,6 +3,8 @@
 
 #include "Tessel/ServiceAppGlobalOptions.h"
 
+#include <cwchar>
+
 #include "TesselWin32.h"
 
 namespace Tessel::Internal {

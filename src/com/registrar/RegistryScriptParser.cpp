@@ -284,7 +284,7 @@ HRESULT RegistryScriptParser::StoreValue(HKEY key, LPCWSTR valueName)
         status = SetValue(key, valueName, REG_SZ, Tessel::Detail::Utf16FromWide(text, true));
     } else if (Is(type, L"D")) {
         ULONG number = 0;
-        if (hr = VarUI4FromStr(text.c_str(), 0, 0, &number); FAILED(hr))
+        if (hr = VarUI4FromStr(text.data(), 0, 0, &number); FAILED(hr))
             return hr;
         const std::vector<BYTE> data = {static_cast<BYTE>(number), static_cast<BYTE>(number >> 8),
                                         static_cast<BYTE>(number >> 16), static_cast<BYTE>(number >> 24)};
