@@ -1,16 +1,12 @@
-// The reader factory and its singleton.
+// The reader factory: a data-source name in, a reader out.
 
 #include "Tessel/ConfigReaderFactory.h"
 
 #include "Tessel/Exceptions.h"
 #include "config/DataSourceName.h"
 #include "config/RegistryReader.h"
-#include "config/ThreadSafeSingletonImpl.h"
 
 namespace Tessel {
-
-// The attributes come from the declaration in the public header.
-template class ThreadSafeSingleton<ConfigReaderFactory>;
 
 ULONG ConfigReaderFactory::m_regOverride = 0;
 
@@ -20,11 +16,7 @@ ConfigReaderFactory::~ConfigReaderFactory() = default;
 
 void ConfigReaderFactory::ForcePlatform(int bitness)
 {
-    // No value resets the view: once forced, a process stays with it.
-    if (bitness == 32)
-        m_regOverride = KEY_WOW64_32KEY;
-    else if (bitness == 64)
-        m_regOverride = KEY_WOW64_64KEY;
+    Detail::ForcePlatformView(bitness, m_regOverride);
 }
 
 const std::shared_ptr<IConfigReader> ConfigReaderFactory::GetConfigReader(const std::wstring& dataSourceName) const

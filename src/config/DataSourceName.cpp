@@ -1,4 +1,4 @@
-// Splitting and classifying data-source names.
+// Splitting and classifying data-source names, and forcing a registry view.
 
 #include "config/DataSourceName.h"
 
@@ -53,6 +53,14 @@ std::wstring Trim(const std::wstring& text)
         return std::wstring();
     const std::wstring::size_type last = text.find_last_not_of(kWhiteSpace);
     return text.substr(first, last - first + 1);
+}
+
+void ForcePlatformView(int bitness, ULONG& regOverride)
+{
+    if (bitness == 32)
+        regOverride = KEY_WOW64_32KEY;
+    else if (bitness == 64)
+        regOverride = KEY_WOW64_64KEY;
 }
 
 } // namespace Tessel::Detail

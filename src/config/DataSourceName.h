@@ -1,9 +1,11 @@
-// The grammar of data-source names, "scheme:location" or a bare registry location, shared by the
-// reader and the writer factory.
+// What the reader and the writer factory share: the grammar of data-source names, "scheme:location"
+// or a bare registry location, and the setting that forces a registry view.
 #pragma once
 
 #include <cstdint>
 #include <string>
+
+#include "TesselWin32.h"
 
 namespace Tessel::Detail {
 
@@ -25,5 +27,9 @@ DataSourceKind ParseDataSourceKind(const std::wstring& schemeWord);
 // Removes blank, form feed, line feed, carriage return, tab and vertical tab from both ends, and
 // nothing else: unlike TrimIsSpace, the result does not depend on the locale.
 std::wstring Trim(const std::wstring& text);
+
+// Sets the view flags for 32 or 64; any other bitness leaves them as they are, so that a forced
+// view cannot be undone.
+void ForcePlatformView(int bitness, ULONG& regOverride);
 
 } // namespace Tessel::Detail

@@ -1,13 +1,10 @@
-// The writer factory's singleton and its view setting.
+// The writer factory's life and its view setting; its writers come with the writer.
 
 #include "Tessel/PersistentDataWriterFactory.h"
 
-#include "config/ThreadSafeSingletonImpl.h"
+#include "config/DataSourceName.h"
 
 namespace Tessel {
-
-// The attributes come from the declaration in the public header.
-template class ThreadSafeSingleton<PersistentDataWriterFactory>;
 
 ULONG PersistentDataWriterFactory::m_regOverride = 0;
 
@@ -17,10 +14,7 @@ PersistentDataWriterFactory::~PersistentDataWriterFactory() = default;
 
 void PersistentDataWriterFactory::ForcePlatform(int bitness)
 {
-    if (bitness == 32)
-        m_regOverride = KEY_WOW64_32KEY;
-    else if (bitness == 64)
-        m_regOverride = KEY_WOW64_64KEY;
+    Detail::ForcePlatformView(bitness, m_regOverride);
 }
 
 } // namespace Tessel

@@ -1,17 +1,28 @@
-// Opening a dataset, mapping the store's statuses, and the reads of text and numbers.
+// The reader's and the writer's exception tables, opening a dataset, mapping the store's
+// statuses, and the reads of text and numbers.
 
 #include "config/RegistryDataset.h"
 
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <string>
 #include <utility>
 
+#include "Tessel/Exceptions.h"
 #include "common/Utf16Data.h"
 
 namespace Tessel::Detail {
 
 namespace {
+
+template <class Exception>
+void ThrowAs(const wchar_t* format, const wchar_t* first, const wchar_t* second)
+{
+    if (format == nullptr)
+        throw Exception(static_cast<const wchar_t*>(nullptr));
+    throw Exception(format, first, second);
+}
 
 struct RootKeyword {
     const wchar_t* keyword;
@@ -19,6 +30,34 @@ struct RootKeyword {
 };
 
 } // namespace
+
+const DatasetPolicy& ReaderPolicy()
+{
+    static const DatasetPolicy policy = {
+        &ThrowAs<ConfigurationNotFoundException>,
+        &ThrowAs<ParameterNotFoundException>,
+        &ThrowAs<InvalidTypeException>,
+        &ThrowAs<UnknownConfigurationException>,
+    };
+    return policy;
+}
+
+const DatasetPolicy& WriterPolicy()
+{
+    static const DatasetPolicy policy = {
+        &ThrowAs<PersistentDataNotFoundException>,
+        &ThrowAs<PersistentDataParameterNotFoundException>,
+        &ThrowAs<InvalidPersistentDataTypeException>,
+        &ThrowAs<UnknownPersistentDataException>,
+    };
+    return policy;
+}
+
+void Raise(DatasetThrower thrower, const wchar_t* format, const wchar_t* first, const wchar_t* second)
+{
+    thrower(format, first, second);
+    std::terminate(); // unreachable: every thrower throws
+}
 
 // The raw bytes of one query. It lives on the caller's stack, so that a read allocates nothing
 // before the data is known to be usable.

@@ -1,14 +1,37 @@
 // The registry key behind a reader or a writer: the resolved location, the open key, and every
-// read of a parameter with its checks, conversions and messages, told once for both sides.
+// read of a parameter with its checks, conversions and messages, told once for both sides, which
+// differ only in the table of four exception classes that they hand in.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "TesselWin32.h"
-#include "config/DatasetPolicy.h"
 
 namespace Tessel::Detail {
+
+// Throws one class of a policy. A null format keeps the class's default text; otherwise the
+// format takes up to two wide strings. Never returns.
+using DatasetThrower = void (*)(const wchar_t* format, const wchar_t* first, const wchar_t* second);
+
+struct DatasetPolicy {
+    DatasetThrower datasetNotFound;
+    DatasetThrower parameterNotFound;
+    DatasetThrower invalidType;  // wrong stored type, or text that does not convert
+    DatasetThrower unknown;      // every other failure
+};
+
+// ConfigurationNotFoundException, ParameterNotFoundException, InvalidTypeException,
+// UnknownConfigurationException.
+const DatasetPolicy& ReaderPolicy();
+
+// PersistentDataNotFoundException, PersistentDataParameterNotFoundException,
+// InvalidPersistentDataTypeException, UnknownPersistentDataException.
+const DatasetPolicy& WriterPolicy();
+
+// Calls a thrower; for the compiler's sake it is marked as not returning.
+[[noreturn]] void Raise(DatasetThrower thrower, const wchar_t* format, const wchar_t* first = nullptr,
+                        const wchar_t* second = nullptr);
 
 // A plain holder of one dataset. It owns its key and changes nothing after construction except
 // through the writer's re-open, so that const operations can run on several threads at once.

@@ -1,10 +1,19 @@
-// The reader's operations: typed reads delegated to its dataset, and the walk to sub datasets.
+// The reader interface's exported constructor and destructor, and the one reader: typed reads
+// delegated to its dataset, and the walk to sub datasets.
 
 #include "config/RegistryReader.h"
 
 #include <utility>
 
 #include "Tessel/Exceptions.h"
+
+namespace Tessel {
+
+IConfigReader::IConfigReader() = default;
+
+IConfigReader::~IConfigReader() = default;
+
+} // namespace Tessel
 
 namespace Tessel::Detail {
 

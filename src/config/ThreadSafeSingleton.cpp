@@ -1,9 +1,12 @@
-// The members of ThreadSafeSingleton, for the two units that instantiate it for a factory.
-#pragma once
+// The singleton of both factories, instantiated here once for each, so that a process holds one
+// instance of each factory whatever module asks for it.
+
+#include "Tessel/ThreadSafeSingleton.h"
 
 #include <atomic>
 
-#include "Tessel/ThreadSafeSingleton.h"
+#include "Tessel/ConfigReaderFactory.h"
+#include "Tessel/PersistentDataWriterFactory.h"
 
 namespace Tessel {
 
@@ -48,5 +51,9 @@ bool ThreadSafeSingleton<T>::IsInstantiated()
 {
     return m_bInstantiated.load(std::memory_order_relaxed);
 }
+
+// The only two instantiations; their attributes come from the declarations in the public headers.
+template class ThreadSafeSingleton<ConfigReaderFactory>;
+template class ThreadSafeSingleton<PersistentDataWriterFactory>;
 
 } // namespace Tessel
