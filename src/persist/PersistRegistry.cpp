@@ -150,7 +150,7 @@ HKEY PersistRegistry::ParseRoot(const wchar_t*& path) const
         HKEY root;
     };
     // The search order matters: a first component that is only the beginning of a keyword
-    // matches the first entry that begins with it.
+    // matches the first entry that begins with it, and an empty one matches the first entry.
     const RootKeyword table[] = {
         {L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT},
         {L"HKEY_CURRENT_CONFIG", HKEY_CURRENT_CONFIG},
@@ -165,7 +165,7 @@ HKEY PersistRegistry::ParseRoot(const wchar_t*& path) const
     const wchar_t* separator = std::wcschr(path, L'\\');
     const size_t length = separator != nullptr ? static_cast<size_t>(separator - path) : std::wcslen(path);
     for (const RootKeyword& entry : table) {
-        if (length == 0 || _wcsnicmp(path, entry.keyword, length) == 0) {
+        if (_wcsnicmp(path, entry.keyword, length) == 0) {
             path = separator != nullptr ? separator + 1 : path + length;
             return entry.root;
         }
