@@ -72,7 +72,7 @@ private:
     HRESULT SkipAssignment(std::wstring& token);
 
     LPOLESTR m_cursor;
-    CRegObject& m_registrar;
+    [[maybe_unused]] CRegObject& m_registrar; // the pairs were applied before parsing
 };
 
 } // namespace ATL
