@@ -54,8 +54,9 @@ Number ParseWhole(const std::wstring& text, Parse parse, const ConversionTexts& 
         if (errno == ERANGE)
             throw std::out_of_range(texts.outOfRange);
         const std::ptrdiff_t parsed = end - begin;
+        // %Id is %zd in the spelling that every Windows runtime reads, the older msvcrt included.
         if (static_cast<size_t>(parsed) != text.length())
-            throw InvalidTypeException(L"Cannot parse whole string. Only first %zd chars are processed. '%s'", parsed,
+            throw InvalidTypeException(L"Cannot parse whole string. Only first %Id chars are processed. '%s'", parsed,
                                        text.c_str());
         return number;
     } catch (const std::bad_alloc&) {
