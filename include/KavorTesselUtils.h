@@ -14,5 +14,6 @@
 #include "Tessel/PersistBasic.h"
 #include "Tessel/PersistRegistry.h"
 #include "Tessel/PersistentDataWriterFactory.h"
+#include "Tessel/ServiceAppGlobalOptions.h"
 #include "Tessel/ThreadSafeSingleton.h"
 #include "Tessel/Version.h"
