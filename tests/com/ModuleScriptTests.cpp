@@ -102,15 +102,4 @@ TEST(ModuleScripts, ScriptsOfAnotherModuleKeepTheQuoteInItsPath)
     EXPECT_TRUE(FreeLibrary(module));
 }
 
-TEST(ModuleStandardOperations, AppIdReplacementAndReservedSlots)
-{
-    EXPECT_EQ(g_module.ReservedOperation1(), E_FAIL);
-    EXPECT_EQ(g_module.ReservedOperation2(), E_FAIL);
-    EXPECT_EQ(g_module.IncrementLock(), 1);
-    EXPECT_EQ(g_module.IncrementLock(), 2);
-    EXPECT_EQ(g_module.DecrementLock(), 1);
-    EXPECT_EQ(g_module.ReadLockCount(), 1);
-    EXPECT_EQ(g_module.DecrementLock(), 0);
-}
-
 } // namespace

@@ -297,13 +297,4 @@ TEST_F(Registrar, EveryRootBlockRuns)
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, L"Software"));
 }
 
-TEST(RegObject, ReferenceCountingPlaysNoPart)
-{
-    CRegObject registrar;
-    void* object = &registrar;
-    EXPECT_EQ(registrar.QueryInterface(IID_IUnknown, &object), E_NOTIMPL);
-    EXPECT_EQ(registrar.AddRef(), 1u);
-    EXPECT_EQ(registrar.Release(), 0u);
-}
-
 } // namespace

@@ -159,19 +159,4 @@ TEST_F(ComApartment, CategoryManagerWritesTheCategoryKeys)
     categories->Release();
 }
 
-TEST(CoTaskMem, ReallocKeepsTheContents)
-{
-    auto* block = static_cast<char*>(CoTaskMemAlloc(4));
-    ASSERT_NE(block, nullptr);
-    std::memcpy(block, "abc", 4);
-    block = static_cast<char*>(CoTaskMemRealloc(block, 4096));
-    ASSERT_NE(block, nullptr);
-    EXPECT_STREQ(block, "abc");
-    CoTaskMemFree(block);
-    CoTaskMemFree(nullptr);
-    void* empty = CoTaskMemAlloc(0);
-    EXPECT_NE(empty, nullptr);
-    CoTaskMemFree(empty);
-}
-
 } // namespace
