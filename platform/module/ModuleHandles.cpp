@@ -28,7 +28,8 @@ struct OwnedReference {
     unsigned count;
 };
 
-std::mutex g_referencesMutex;
+// Recursive: a module loaded under the lock may load or free others from its start-up code.
+std::recursive_mutex g_referencesMutex;
 std::map<std::uintptr_t, OwnedReference>& References()
 {
     static std::map<std::uintptr_t, OwnedReference> references;
@@ -177,7 +178,7 @@ BOOL WINAPI GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phM
     if (module == nullptr)
         return FALSE;
     if ((dwFlags & (GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT | GET_MODULE_HANDLE_EX_FLAG_PIN)) == 0) {
-        const std::lock_guard<std::mutex> lock(g_referencesMutex);
+        const std::lock_guard<std::recursive_mutex> lock(g_referencesMutex);
         auto& reference = References()[reinterpret_cast<std::uintptr_t>(module)];
         ++reference.count;
     }
@@ -219,7 +220,7 @@ HMODULE WINAPI LoadLibraryExW(LPCWSTR lpLibFileName, HANDLE hFile, DWORD)
         return nullptr;
     }
     const std::string path = TesselModule::ToUtf8(lpLibFileName);
-    const std::lock_guard<std::mutex> lock(g_referencesMutex);
+    const std::lock_guard<std::recursive_mutex> lock(g_referencesMutex);
     // The executable cannot be opened a second time by the loader, and an object that is mapped
     // already needs no second mapping: either only gains a reference.
     if (HMODULE loaded = GetModuleHandleW(lpLibFileName); loaded != nullptr) {
@@ -256,7 +257,7 @@ HMODULE WINAPI LoadLibraryW(LPCWSTR lpLibFileName)
 
 BOOL WINAPI FreeLibrary(HMODULE hLibModule)
 {
-    const std::lock_guard<std::mutex> lock(g_referencesMutex);
+    const std::lock_guard<std::recursive_mutex> lock(g_referencesMutex);
     auto& references = References();
     const auto found = references.find(reinterpret_cast<std::uintptr_t>(hLibModule));
     if (found == references.end()) {
