@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <shared_mutex>
 #include <vector>
 
@@ -28,7 +29,10 @@ public:
     bool Remove(HKEY key);
 
     void LockForFork() { m_lock.lock(); }
-    void UnlockAfterFork() { m_lock.unlock(); }
+    void UnlockInParent() { m_lock.unlock(); }
+    // A rwlock taken for writing can only be released by the thread id that took it, and the
+    // child's thread has a new one: the child gets a fresh lock instead.
+    void ResetInChild() { new (&m_lock) std::shared_mutex(); }
 
 private:
     struct Slot {

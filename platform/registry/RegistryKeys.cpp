@@ -20,14 +20,20 @@ void PrepareFork()
     Hive::LockAllForFork();
 }
 
-void AfterFork()
+void AfterForkInParent()
 {
     Hive::UnlockAllAfterFork();
-    HandleTable::Instance().UnlockAfterFork();
+    HandleTable::Instance().UnlockInParent();
+}
+
+void AfterForkInChild()
+{
+    Hive::UnlockAllAfterFork();
+    HandleTable::Instance().ResetInChild();
 }
 
 // Registered when the library loads, so that no fork can come between a first call and this.
-const int g_forkHandlers = pthread_atfork(PrepareFork, AfterFork, AfterFork);
+const int g_forkHandlers = pthread_atfork(PrepareFork, AfterForkInParent, AfterForkInChild);
 
 LONG NewHandle(const KeyHandle& handle, PHKEY result)
 {
