@@ -69,10 +69,10 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID)
 #else
 namespace {
 
-// Stands in for the loader's DllMain calls. As the last object of the library's last unit it is
-// made after every other static object of the library, the singletons' locks included, and so
-// ends before any of them: detach runs while the factories can still be destroyed, at dlclose
-// and at process exit alike.
+// Stands in for the loader's DllMain calls. Static objects start in link order and end in the
+// reverse order, and this unit links after every unit with objects that detach needs (the
+// singletons' locks above all): so attach runs after they are made, and detach before they
+// end, at dlclose and at process exit alike.
 class LoadHook {
 public:
     LoadHook() { ModuleMain(ATL::g_comTableState.m_imageHandle, DLL_PROCESS_ATTACH); }
