@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "CommandLine.h"
+#include "common/Utf16Data.h"
 
 namespace Tessel::Reg {
 namespace {
@@ -237,42 +238,12 @@ std::optional<std::vector<BYTE>> ParseData(DWORD type, std::wstring_view text, s
 
 std::vector<BYTE> Utf16FromText(std::wstring_view text)
 {
-    std::vector<BYTE> bytes;
-    bytes.reserve(text.size() * 2);
-    auto append = [&bytes](std::uint32_t unit) {
-        bytes.push_back(static_cast<BYTE>(unit & 0xFF));
-        bytes.push_back(static_cast<BYTE>(unit >> 8));
-    };
-    for (wchar_t c : text) {
-        const auto code = static_cast<std::uint32_t>(c);
-        if (code > 0xFFFF) {
-            append(0xD800 + ((code - 0x10000) >> 10));
-            append(0xDC00 + ((code - 0x10000) & 0x3FF));
-        } else {
-            append(code);
-        }
-    }
-    return bytes;
+    return Detail::Utf16FromWide(text, false);
 }
 
 std::wstring TextFromUtf16(const std::vector<BYTE>& data)
 {
-    std::wstring text;
-    text.reserve(data.size() / 2);
-    for (size_t i = 0; i + 1 < data.size(); i += 2) {
-        std::uint32_t unit = data[i] | (static_cast<std::uint32_t>(data[i + 1]) << 8);
-        if constexpr (sizeof(wchar_t) > 2) {
-            if (unit >= 0xD800 && unit < 0xDC00 && i + 3 < data.size()) {
-                const std::uint32_t low = data[i + 2] | (static_cast<std::uint32_t>(data[i + 3]) << 8);
-                if (low >= 0xDC00 && low < 0xE000) {
-                    unit = 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
-                    i += 2;
-                }
-            }
-        }
-        text += static_cast<wchar_t>(unit);
-    }
-    return text;
+    return Detail::WideFromUtf16(data.data(), data.size());
 }
 
 } // namespace Tessel::Reg
