@@ -32,7 +32,8 @@ const char* const kStatements[] = {
     // KeyById
     "SELECT access, depth, parent FROM key WHERE id = ?1",
     // KeyInfo
-    "SELECT class, written FROM key WHERE id = ?1",
+    // A key's last write is its own or its newest value's: a value write then touches one row.
+    "SELECT class, MAX(written, IFNULL((SELECT MAX(written) FROM value WHERE key = ?1), 0)) FROM key WHERE id = ?1",
     // Child
     "SELECT id, access, depth, parent FROM key WHERE parent = ?1 AND fold = ?2",
     // InsertKey
@@ -42,15 +43,16 @@ const char* const kStatements[] = {
     // ValueGet
     "SELECT type, data FROM value WHERE key = ?1 AND fold = ?2",
     // ValueUpsert: a new value goes behind the key's others; an existing one keeps its place and name.
-    "INSERT INTO value(key, fold, seq, name, type, data) "
-    "VALUES(?1, ?2, (SELECT IFNULL(MAX(seq), 0) + 1 FROM value WHERE key = ?1), ?3, ?4, ?5) "
-    "ON CONFLICT(key, fold) DO UPDATE SET type = excluded.type, data = excluded.data",
+    "INSERT INTO value(key, fold, seq, name, type, data, written) "
+    "VALUES(?1, ?2, (SELECT IFNULL(MAX(seq), 0) + 1 FROM value WHERE key = ?1), ?3, ?4, ?5, ?6) "
+    "ON CONFLICT(key, fold) DO UPDATE SET type = excluded.type, data = excluded.data, written = excluded.written",
     // ValueDelete
     "DELETE FROM value WHERE key = ?1 AND fold = ?2",
     // ValuesOfKey
     "SELECT name, type, data FROM value WHERE key = ?1 ORDER BY seq",
     // ChildrenOfKey
-    "SELECT name, fold, class, written FROM key WHERE parent = ?1 ORDER BY fold",
+    "SELECT name, fold, class, MAX(written, IFNULL((SELECT MAX(value.written) FROM value WHERE value.key = key.id), 0)) "
+    "FROM key WHERE parent = ?1 ORDER BY fold",
     // HasChildren
     "SELECT EXISTS(SELECT 1 FROM key WHERE parent = ?1)",
     // DeleteKeyRow
@@ -62,6 +64,10 @@ const char* const kStatements[] = {
     "SELECT key.id, key.access FROM tree JOIN key ON key.id = tree.id ORDER BY key.depth DESC",
     // SetAccess
     "UPDATE key SET access = ?2 WHERE id = ?1",
+    // Begin, Commit, Rollback: prepared once, since every modifying call runs all of them.
+    "BEGIN IMMEDIATE",
+    "COMMIT",
+    "ROLLBACK",
 };
 static_assert(sizeof(kStatements) / sizeof(kStatements[0]) == static_cast<int>(Sql::Count),
               "one statement per Sql entry");
@@ -73,7 +79,7 @@ const char kSchema[] =
     " name BLOB NOT NULL, class BLOB, access INTEGER NOT NULL, depth INTEGER NOT NULL, written INTEGER NOT NULL);"
     "CREATE UNIQUE INDEX key_child ON key(parent, fold);"
     "CREATE TABLE value(key INTEGER NOT NULL, fold BLOB NOT NULL, seq INTEGER NOT NULL, name BLOB NOT NULL,"
-    " type INTEGER NOT NULL, data BLOB NOT NULL, PRIMARY KEY(key, fold)) WITHOUT ROWID;"
+    " type INTEGER NOT NULL, data BLOB NOT NULL, written INTEGER NOT NULL, PRIMARY KEY(key, fold)) WITHOUT ROWID;"
     "CREATE UNIQUE INDEX value_order ON value(key, seq);";
 
 const int kSchemaVersion = 1;
@@ -130,6 +136,16 @@ std::string Statement::Blob(int column) const
     const void* data = sqlite3_column_blob(m_statement, column);
     const int size = sqlite3_column_bytes(m_statement, column);
     return data != nullptr ? std::string(static_cast<const char*>(data), static_cast<std::size_t>(size)) : std::string();
+}
+
+const void* Statement::BlobData(int column) const
+{
+    return sqlite3_column_blob(m_statement, column);
+}
+
+std::size_t Statement::BlobSize(int column) const
+{
+    return static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
 }
 
 bool Statement::IsNull(int column) const
@@ -245,18 +261,30 @@ int Database::Exec(const char* sql)
 
 int Database::Begin()
 {
-    return Exec("BEGIN IMMEDIATE");
+    Statement begin = Prepare(Sql::Begin);
+    const int result = begin.Step();
+    return result == SQLITE_DONE ? SQLITE_OK : result;
 }
 
 int Database::Commit()
 {
-    return Exec("COMMIT");
+    Statement commit = Prepare(Sql::Commit);
+    const int result = commit.Step();
+    return result == SQLITE_DONE ? SQLITE_OK : result;
 }
 
 void Database::Rollback()
 {
-    if (!sqlite3_get_autocommit(m_connection))
-        sqlite3_exec(m_connection, "ROLLBACK", nullptr, nullptr, nullptr);
+    if (!sqlite3_get_autocommit(m_connection)) {
+        // Past the test seam: a rollback must happen whatever was made to fail.
+        sqlite3_stmt* rollback = m_statements[static_cast<int>(Sql::Rollback)];
+        if (rollback == nullptr) {
+            sqlite3_exec(m_connection, "ROLLBACK", nullptr, nullptr, nullptr); // the schema isn't made yet
+            return;
+        }
+        sqlite3_step(rollback);
+        sqlite3_reset(rollback);
+    }
 }
 
 std::int64_t Database::LastInsertId() const

@@ -40,6 +40,9 @@ enum class Sql {
     DeleteKeyValues,
     Subtree,
     SetAccess,
+    Begin,
+    Commit,
+    Rollback,
     Count
 };
 
@@ -61,6 +64,8 @@ public:
 
     std::int64_t Int(int column) const;
     std::string Blob(int column) const;
+    const void* BlobData(int column) const;
+    std::size_t BlobSize(int column) const;
     bool IsNull(int column) const;
 
 private:

@@ -337,12 +337,9 @@ LONG Hive::SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out)
     int result;
     while ((result = query.Step()) == SQLITE_ROW) {
         SubKeyEntry entry;
-        const std::string name = query.Blob(0);
-        entry.name = FromStoredBytes(name.data(), name.size());
-        if (!query.IsNull(2)) {
-            const std::string className = query.Blob(2);
-            entry.className = FromStoredBytes(className.data(), className.size());
-        }
+        entry.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
+        if (!query.IsNull(2))
+            entry.className = FromStoredBytes(query.BlobData(2), query.BlobSize(2));
         entry.written = query.Int(3);
         list->push_back(std::move(entry));
     }
@@ -373,8 +370,7 @@ LONG Hive::Values(std::int64_t key, std::shared_ptr<const ValueList>& out)
     int result;
     while ((result = query.Step()) == SQLITE_ROW) {
         ValueEntry entry;
-        const std::string name = query.Blob(0);
-        entry.name = FromStoredBytes(name.data(), name.size());
+        entry.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
         entry.value.type = static_cast<DWORD>(query.Int(1));
         entry.value.data = query.Blob(2);
         list->push_back(std::move(entry));
@@ -445,11 +441,10 @@ LONG Hive::SetValue(std::int64_t key, const Utf16& name, const std::string& fold
         upsert.BindBlob(3, storedName);
         upsert.Bind(4, type);
         upsert.BindBlob(5, data, size);
+        upsert.Bind(6, FileTimeNow());
         const int result = upsert.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
+        return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
     }
-    return Touch(key);
 }
 
 LONG Hive::DeleteValue(std::int64_t key, const std::string& fold)
