@@ -51,8 +51,7 @@ const char* const kStatements[] = {
     // ValuesOfKey
     "SELECT name, type, data FROM value WHERE key = ?1 ORDER BY seq",
     // ChildrenOfKey
-    "SELECT name, fold, class, MAX(written, IFNULL((SELECT MAX(value.written) FROM value WHERE value.key = key.id), 0)) "
-    "FROM key WHERE parent = ?1 ORDER BY fold",
+    "SELECT name, id, class FROM key INDEXED BY key_list WHERE parent = ?1 ORDER BY fold",
     // HasChildren
     "SELECT EXISTS(SELECT 1 FROM key WHERE parent = ?1)",
     // DeleteKeyRow
@@ -78,6 +77,8 @@ const char kSchema[] =
     "CREATE TABLE key(id INTEGER PRIMARY KEY AUTOINCREMENT, parent INTEGER NOT NULL, fold BLOB NOT NULL,"
     " name BLOB NOT NULL, class BLOB, access INTEGER NOT NULL, depth INTEGER NOT NULL, written INTEGER NOT NULL);"
     "CREATE UNIQUE INDEX key_child ON key(parent, fold);"
+    // Covers the sub-key listing, so that it reads one index in order and no table rows.
+    "CREATE INDEX key_list ON key(parent, fold, name, class);"
     "CREATE TABLE value(key INTEGER NOT NULL, fold BLOB NOT NULL, seq INTEGER NOT NULL, name BLOB NOT NULL,"
     " type INTEGER NOT NULL, data BLOB NOT NULL, written INTEGER NOT NULL, PRIMARY KEY(key, fold)) WITHOUT ROWID;"
     "CREATE UNIQUE INDEX value_order ON value(key, seq);";
@@ -202,6 +203,9 @@ int Database::Open(const std::string& path, bool create, std::unique_ptr<Databas
         if (result != SQLITE_OK)
             return result;
     }
+    // The schema check above read through the WAL, so SQLite has mapped and checked its index:
+    // what we map now is a live header, not what a past process left in the file.
+    database->MapHeader();
     out = std::move(database);
     return SQLITE_OK;
 }
@@ -312,11 +316,8 @@ void Database::MapHeader()
 
 bool Database::ReadStamp(ChangeStamp& stamp)
 {
-    if (m_header == nullptr) {
-        MapHeader();
-        if (m_header == nullptr)
-            return false;
-    }
+    if (m_header == nullptr)
+        return false;
     // SQLite writes the second copy, then the first; a reader that finds both equal has a
     // header that no commit was halfway through when it looked.
     std::uint64_t second[6];

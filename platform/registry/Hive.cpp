@@ -338,9 +338,9 @@ LONG Hive::SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out)
     while ((result = query.Step()) == SQLITE_ROW) {
         SubKeyEntry entry;
         entry.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
+        entry.id = query.Int(1);
         if (!query.IsNull(2))
             entry.className = FromStoredBytes(query.BlobData(2), query.BlobSize(2));
-        entry.written = query.Int(3);
         list->push_back(std::move(entry));
     }
     if (result != SQLITE_DONE)

@@ -38,7 +38,7 @@ struct ValueRecord {
 struct SubKeyEntry {
     Utf16 name;
     Utf16 className;
-    std::int64_t written = 0; // last-write time, FILETIME units
+    std::int64_t id = 0; // for its last-write time, which few callers ask for
 };
 
 struct ValueEntry {

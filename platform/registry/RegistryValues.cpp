@@ -172,6 +172,13 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
         // A buffer too small gets nothing, and its count stays as it was.
         if (*lpcchName <= nameLength || (lpClass != nullptr && *lpcchClass <= classLength))
             return ERROR_MORE_DATA;
+        std::int64_t written = 0;
+        if (lpftLastWriteTime != nullptr) {
+            Utf16 unused;
+            result = hive.KeyInfo(entry.id, unused, written);
+            if (result != ERROR_SUCCESS)
+                return result;
+        }
         CopyToWide(entry.name, lpName);
         *lpcchName = static_cast<DWORD>(nameLength);
         if (lpClass != nullptr) {
@@ -180,7 +187,7 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
         } else if (lpcchClass != nullptr) {
             *lpcchClass = static_cast<DWORD>(classLength);
         }
-        SetFileTime(lpftLastWriteTime, entry.written);
+        SetFileTime(lpftLastWriteTime, written);
         return ERROR_SUCCESS;
     });
 }
