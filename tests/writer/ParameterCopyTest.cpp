@@ -114,11 +114,3 @@ TEST(CopyParameters, FailedCopyNamesTheValueAndTheSystemText)
     CopyInto(kSource, kTarget, false);
     EXPECT_EQ(ReadRaw(kSource, L"huge%s")->bytes.size(), 0x200001u);
 }
-
-TEST(CopyParameters, UnwritableTargetIsReportedAsNotFound)
-{
-    const ScopedKey source(kSource);
-    ASSERT_EQ(TesselRegSetKeyAccess(ScopedKey(kTarget).Get(), KEY_READ), ERROR_SUCCESS);
-    ExpectFailure<Tessel::PersistentDataNotFoundException>([] { CopyInto(kTarget, kSource, true); },
-                                                           L"Cannot open " + kTarget);
-}
