@@ -6,6 +6,7 @@
 
 #ifndef _WIN32
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
@@ -45,6 +46,24 @@ void WriteInt(int fd, int value)
         _exit(90);
 }
 
+// Kills a child that a failed assertion left running, so that no test hangs on it.
+class ChildGuard {
+public:
+    explicit ChildGuard(pid_t child) : m_child(child) {}
+    ~ChildGuard()
+    {
+        if (m_child > 0 && waitpid(m_child, nullptr, WNOHANG) == 0) {
+            kill(m_child, SIGKILL);
+            waitpid(m_child, nullptr, 0);
+        }
+    }
+    ChildGuard(const ChildGuard&) = delete;
+    ChildGuard& operator=(const ChildGuard&) = delete;
+
+private:
+    pid_t m_child;
+};
+
 int WaitForChild(pid_t child)
 {
     int status = 0;
@@ -81,6 +100,8 @@ TEST(RegistryProcesses, TwoProcessesSeeEachOthersCommitsAtTheirNextCall)
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
+        close(toChild[1]);
+        close(toParent[0]);
         // The inherited handle and a fresh one must both see the parent's writes.
         ScopedKey own;
         if (CreateKey(HKEY_CURRENT_USER, kTestRoot, own) != ERROR_SUCCESS)
@@ -93,15 +114,22 @@ TEST(RegistryProcesses, TwoProcessesSeeEachOthersCommitsAtTheirNextCall)
             if (QueryDword(key.Get(), L"turn", result) != static_cast<DWORD>(2 * round + 1) ||
                 QueryDword(own.Get(), L"TURN", result) != static_cast<DWORD>(2 * round + 1))
                 _exit(3);
-            if (SetDword(own.Get(), L"turn", 2 * round + 2) != ERROR_SUCCESS)
+            // Read back after writing, so that what the parent writes next has a cached value
+            // to replace.
+            if (SetDword(own.Get(), L"turn", 2 * round + 2) != ERROR_SUCCESS ||
+                QueryDword(own.Get(), L"turn", result) != static_cast<DWORD>(2 * round + 2))
                 _exit(4);
             WriteInt(toParent[1], round);
         }
         _exit(0);
     }
+    ChildGuard guard(child);
+    close(toChild[0]);
+    close(toParent[1]);
     for (int round = 0; round < rounds; ++round) {
         ASSERT_EQ(static_cast<DWORD>(2 * round), QueryDword(key.Get(), L"turn", status)) << "round " << round;
         ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"turn", 2 * round + 1));
+        ASSERT_EQ(static_cast<DWORD>(2 * round + 1), QueryDword(key.Get(), L"turn", status));
         WriteInt(toChild[1], round);
         int echoed = 0;
         ASSERT_TRUE(ReadInt(toParent[0], echoed)) << "the child stopped in round " << round;
@@ -110,20 +138,67 @@ TEST(RegistryProcesses, TwoProcessesSeeEachOthersCommitsAtTheirNextCall)
     EXPECT_EQ(0, WaitForChild(child));
 }
 
+// Checks that a commit landing while this process reads can never leave it with an old value
+// once it has seen a newer one, and that the writer's last commit is what it reads at the end.
+TEST(RegistryProcesses, ReadsRacingAnotherProcesssCommitsNeverGoBack)
+{
+    ScopedKey key;
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, kTestRoot, key));
+    ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"counter", 0));
+    const int commits = 300;
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        for (int i = 1; i <= commits; ++i) {
+            if (SetDword(key.Get(), L"counter", static_cast<DWORD>(i)) != ERROR_SUCCESS)
+                _exit(1);
+        }
+        _exit(0);
+    }
+    ChildGuard guard(child);
+    DWORD highest = 0;
+    int goingBack = 0;
+    int status = -1;
+    while (waitpid(child, &status, WNOHANG) == 0) {
+        LONG read;
+        const DWORD seen = QueryDword(key.Get(), L"counter", read);
+        ASSERT_EQ(ERROR_SUCCESS, read);
+        if (seen < highest)
+            ++goingBack;
+        highest = std::max(highest, seen);
+    }
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(0, goingBack);
+    LONG read;
+    EXPECT_EQ(static_cast<DWORD>(commits), QueryDword(key.Get(), L"counter", read));
+}
+
 TEST(RegistryProcesses, AKeyDeletedElsewhereIsDeletedHere)
 {
+    int go[2];
+    ASSERT_EQ(0, pipe(go));
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        int ignored = 0;
+        if (!ReadInt(go[0], ignored))
+            _exit(2);
+        _exit(SHDeleteKeyW(HKEY_CURRENT_USER, L"Software\\Doomed") == ERROR_SUCCESS ? 0 : 1);
+    }
+    ChildGuard guard(child);
+    // Made and read after the fork, so the key and its value sit in this process's cache.
     ScopedKey key;
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, L"Software\\Doomed", key));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"v", 1));
     LONG status;
     ASSERT_EQ(1u, QueryDword(key.Get(), L"v", status));
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-        _exit(SHDeleteKeyW(HKEY_CURRENT_USER, L"Software\\Doomed") == ERROR_SUCCESS ? 0 : 1);
+    ASSERT_EQ(1u, QueryDword(key.Get(), L"v", status));
+    WriteInt(go[1], 1);
     ASSERT_EQ(0, WaitForChild(child));
     QueryDword(key.Get(), L"v", status);
     EXPECT_EQ(ERROR_KEY_DELETED, status);
+    ScopedKey reopened;
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\Doomed", 0, KEY_READ, reopened.Put()));
 }
 
 TEST(RegistryProcesses, AKilledWriterLosesNothingItReportedCommitted)

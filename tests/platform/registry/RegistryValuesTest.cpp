@@ -239,6 +239,17 @@ TEST_F(RegistryValues, QueryInfoDescribesTheKey)
     EXPECT_GT(ticks(after), ticks(before));
     EXPECT_GT(ticks(before), 130000000000000000ull) << "a FILETIME from this century";
 
+    // A sub-key's last write, as enumeration reports it, moves with its values too.
+    wchar_t name[32];
+    DWORD nameLength = 32;
+    FILETIME childBefore{}, childAfter{};
+    ASSERT_EQ(ERROR_SUCCESS, RegEnumKeyExW(m_key.Get(), 1, name, &nameLength, nullptr, nullptr, nullptr, &childBefore));
+    ASSERT_EQ(ERROR_SUCCESS, SetDword(sub.Get(), L"x", 1));
+    nameLength = 32;
+    ASSERT_EQ(ERROR_SUCCESS, RegEnumKeyExW(m_key.Get(), 1, name, &nameLength, nullptr, nullptr, nullptr, &childAfter));
+    EXPECT_EQ(std::wstring(L"longer name"), std::wstring(name, nameLength));
+    EXPECT_GT(ticks(childAfter), ticks(childBefore));
+
     ScopedKey withClass;
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_key.Get(), L"abc", 0, KEY_READ, withClass.Put()));
     wchar_t buffer[32];
