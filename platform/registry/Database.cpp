@@ -52,6 +52,8 @@ const char* const kStatements[] = {
     "SELECT name, type, data FROM value WHERE key = ?1 ORDER BY seq",
     // ChildrenOfKey
     "SELECT name, id, class FROM key INDEXED BY key_list WHERE parent = ?1 ORDER BY fold",
+    // ChildAt
+    "SELECT name, id, class FROM key INDEXED BY key_list WHERE parent = ?1 ORDER BY fold LIMIT 1 OFFSET ?2",
     // HasChildren
     "SELECT EXISTS(SELECT 1 FROM key WHERE parent = ?1)",
     // DeleteKeyRow

@@ -35,6 +35,7 @@ enum class Sql {
     ValueDelete,
     ValuesOfKey,
     ChildrenOfKey,
+    ChildAt,
     HasChildren,
     DeleteKeyRow,
     DeleteKeyValues,

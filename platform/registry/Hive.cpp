@@ -351,6 +351,36 @@ LONG Hive::SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out)
     return ERROR_SUCCESS;
 }
 
+LONG Hive::SubKeyAt(std::int64_t key, DWORD index, SubKeyEntry& out)
+{
+    const bool inOrder = key == m_lastEnumeratedKey && index == m_lastEnumeratedIndex + 1;
+    m_lastEnumeratedKey = key;
+    m_lastEnumeratedIndex = index;
+    const bool listed = m_cacheUsable && m_cache.subKeys.count(key) != 0;
+    if (listed || inOrder || !m_database) {
+        std::shared_ptr<const SubKeyList> list;
+        const LONG status = SubKeys(key, list);
+        if (status != ERROR_SUCCESS)
+            return status;
+        if (index >= list->size())
+            return ERROR_NO_MORE_ITEMS;
+        out = (*list)[index];
+        return ERROR_SUCCESS;
+    }
+    Statement query = m_database->Prepare(Sql::ChildAt);
+    query.Bind(1, key);
+    query.Bind(2, index);
+    const int result = query.Step();
+    if (result == SQLITE_DONE)
+        return ERROR_NO_MORE_ITEMS;
+    if (result != SQLITE_ROW)
+        return Fail(result);
+    out.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
+    out.id = query.Int(1);
+    out.className = query.IsNull(2) ? Utf16() : FromStoredBytes(query.BlobData(2), query.BlobSize(2));
+    return ERROR_SUCCESS;
+}
+
 LONG Hive::Values(std::int64_t key, std::shared_ptr<const ValueList>& out)
 {
     if (!m_database) {

@@ -85,6 +85,10 @@ public:
     // The record stays valid until the next call on this hive.
     LONG Value(std::int64_t key, const std::string& fold, const ValueRecord*& out);
     LONG SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out);
+    // One sub-key by its index, ERROR_NO_MORE_ITEMS past the end. Walking the indices in order
+    // reads the list once; asking for index 0 again and again, as a loop that deletes what it
+    // enumerates does, reads one row each time.
+    LONG SubKeyAt(std::int64_t key, DWORD index, SubKeyEntry& out);
     LONG Values(std::int64_t key, std::shared_ptr<const ValueList>& out);
     LONG KeyInfo(std::int64_t key, Utf16& className, std::int64_t& written);
 
@@ -139,6 +143,8 @@ private:
     bool m_cacheUsable = false; // this call may read and fill the cache
     bool m_writing = false;
     ValueRecord m_scratchValue; // a value read past the cache
+    std::int64_t m_lastEnumeratedKey = 0; // where the last SubKeyAt was, to tell an in-order walk
+    DWORD m_lastEnumeratedIndex = 0;
 };
 
 } // namespace TesselRegistry

@@ -160,13 +160,10 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
             return result;
         if (key.id == 0)
             return ERROR_NO_MORE_ITEMS;
-        std::shared_ptr<const SubKeyList> list;
-        result = hive.SubKeys(key.id, list);
+        SubKeyEntry entry;
+        result = hive.SubKeyAt(key.id, dwIndex, entry);
         if (result != ERROR_SUCCESS)
             return result;
-        if (dwIndex >= list->size())
-            return ERROR_NO_MORE_ITEMS;
-        const SubKeyEntry& entry = (*list)[dwIndex];
         const std::size_t nameLength = WideLength(entry.name);
         const std::size_t classLength = WideLength(entry.className);
         // A buffer too small gets nothing, and its count stays as it was.
