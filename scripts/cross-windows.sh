@@ -24,3 +24,22 @@ done < <(x86_64-w64-mingw32-objdump -p "$dll" | awk '/DLL Name:/ {print $3}')
 [ $bad -eq 0 ] || exit 1
 echo "$dll imports only system DLLs:"
 x86_64-w64-mingw32-objdump -p "$dll" | awk '/DLL Name:/ {print "  " $3}'
+
+# The export table, demangled: every public entry point is there, and nothing of the exception
+# classes, which clients build from the headers.
+exports=$(x86_64-w64-mingw32-objdump -p "$dll" | sed -n '/Ordinal\/Name Pointer/,/^$/p' |
+  awk 'NF >= 3 && $1 == "[" {print $3} NF == 2 && $1 ~ /^\[[0-9]+\]$/ {print $2}' |
+  x86_64-w64-mingw32-c++filt | sed 's/(.*//')
+while read -r pattern; do
+  case "$pattern" in ''|'#'*) continue ;; esac
+  if ! grep -Eq -- "$pattern" <<<"$exports"; then
+    echo "missing export: $pattern"
+    bad=1
+  fi
+done < scripts/windows-exports.txt
+if grep -Eq 'Tessel::(ErrorStorage|ExceptionBase|ExceptionCOM|InternalError)\b' <<<"$exports"; then
+  echo "the exception classes must not be exported"
+  bad=1
+fi
+[ $bad -eq 0 ] || exit 1
+echo "the DLL exports every public entry point ($(wc -l <<<"$exports") names)"
