@@ -147,7 +147,14 @@ LONG Hive::Open(bool create)
     const int result = Database::Open(path, create, database);
     if (result != SQLITE_OK) {
         // A file whose schema isn't committed yet is a hive still being made: empty for now.
-        return !create && result == SQLITE_CANTOPEN ? ERROR_SUCCESS : Fail(result);
+        if (!create && result == SQLITE_CANTOPEN)
+            return ERROR_SUCCESS;
+        // A hive this user may not write, such as the machine hive of an ordinary user, is
+        // refused as Windows refuses it.
+        const std::string directory = path.substr(0, path.rfind('/'));
+        if (result == SQLITE_CANTOPEN && access(directory.c_str(), W_OK) != 0 && errno == EACCES)
+            return ERROR_ACCESS_DENIED;
+        return Fail(result);
     }
     m_database = std::move(database);
     m_cache.Clear();

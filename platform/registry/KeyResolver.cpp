@@ -9,10 +9,11 @@ namespace TesselRegistry {
 
 namespace {
 
-#define GENERIC_READ_RIGHT 0x80000000u
-#define GENERIC_WRITE_RIGHT 0x40000000u
-#define GENERIC_EXECUTE_RIGHT 0x20000000u
-#define GENERIC_ALL_RIGHT 0x10000000u
+// The generic rights, which a key maps to its own.
+constexpr REGSAM kGenericRead = 0x80000000u;
+constexpr REGSAM kGenericWrite = 0x40000000u;
+constexpr REGSAM kGenericExecute = 0x20000000u;
+constexpr REGSAM kGenericAll = 0x10000000u;
 
 const RootKey* Roots()
 {
@@ -127,18 +128,18 @@ bool ConflictingViews(REGSAM sam)
 REGSAM RequestedRights(REGSAM sam, REGSAM granted)
 {
     REGSAM rights = sam & ~static_cast<REGSAM>(KEY_WOW64_RES);
-    if (rights & GENERIC_READ_RIGHT)
+    if (rights & kGenericRead)
         rights |= KEY_READ;
-    if (rights & GENERIC_WRITE_RIGHT)
+    if (rights & kGenericWrite)
         rights |= KEY_WRITE;
-    if (rights & GENERIC_EXECUTE_RIGHT)
+    if (rights & kGenericExecute)
         rights |= KEY_EXECUTE;
-    if (rights & GENERIC_ALL_RIGHT)
+    if (rights & kGenericAll)
         rights |= KEY_ALL_ACCESS;
     if (rights & MAXIMUM_ALLOWED)
         rights |= granted;
-    return rights & ~static_cast<REGSAM>(GENERIC_READ_RIGHT | GENERIC_WRITE_RIGHT | GENERIC_EXECUTE_RIGHT |
-                                         GENERIC_ALL_RIGHT | MAXIMUM_ALLOWED);
+    return rights & ~static_cast<REGSAM>(kGenericRead | kGenericWrite | kGenericExecute |
+                                         kGenericAll | MAXIMUM_ALLOWED);
 }
 
 LONG Locate(Hive& hive, const Target& target, bool create, KeyRecord& out)
