@@ -94,8 +94,6 @@ struct Workload {
             }
             keys.push_back(key);
         }
-        // Four levels below the hive root for the open benchmark.
-        RegCloseKey(CreateKey(HKEY_CURRENT_USER, std::wstring(kBase) + L"\\" + SubKeyName(42) + L"\\Leaf"));
     }
 };
 
@@ -152,7 +150,8 @@ void BM_Registry_RepeatedRead(benchmark::State& state)
 void BM_Registry_OpenFourLevels(benchmark::State& state)
 {
     TheWorkload();
-    const std::wstring path = std::wstring(kBase) + L"\\" + SubKeyName(42) + L"\\Leaf";
+    // Software\TesselBench\Workload\Item1042: four levels below the hive root.
+    const std::wstring path = std::wstring(kBase) + L"\\" + SubKeyName(42);
     for (auto _ : state) {
         HKEY key = nullptr;
         if (RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS)
@@ -206,7 +205,6 @@ HKEY WideKey(int count)
     if (found != keys.end())
         return found->second;
     HKEY key = CreateKey(HKEY_CURRENT_USER, L"Software\\TesselBench\\Wide" + std::to_wstring(count));
-    // Made in one pass through a child process would be faster; a plain loop keeps it obvious.
     for (int i = 0; i < count; ++i)
         RegCloseKey(CreateKey(key, L"sub" + std::to_wstring(i * 7919 % count)));
     keys.emplace(count, key);
