@@ -43,6 +43,7 @@ struct RegistryDataset {
     static constexpr DWORD kValueCapacity = 32600; // bytes of text per read; not 32 KiB
     static constexpr DWORD kNumberCapacity = 8;    // bytes offered for a REG_DWORD
     static constexpr REGSAM kReadAccess = KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS;
+    static constexpr REGSAM kWriteAccess = KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_ENUMERATE_SUB_KEYS; // 0xB
     static constexpr const wchar_t* kListSeparators = L",;";
 
     // Resolves the location and opens its key for reading. When the key cannot be opened, throws
@@ -103,6 +104,14 @@ struct RegistryDataset {
     std::wstring SubDatasetLocation(const std::wstring& storedName) const;
     // The last component of m_subKey, one trailing backslash ignored.
     std::wstring LastSubKeyComponent() const;
+
+    // The writer's side, defined with the writer. EnsureWritable opens the key for writing,
+    // creating it and every missing key above it, unless that has been done already; on failure
+    // it throws the dataset-not-found class with "Cannot open " and the sub key, and leaves the
+    // key closed. DeleteKeyTree removes subPath below parent with all its subkeys, children
+    // first, in this dataset's view; it gives the first non-zero status and throws nothing.
+    void EnsureWritable();
+    LONG DeleteKeyTree(HKEY parent, const wchar_t* subPath) const;
 
     std::wstring m_path;    // the location as given; messages quote it
     HKEY m_root;            // the predefined root

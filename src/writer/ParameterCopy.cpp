@@ -5,7 +5,7 @@
 
 #include "Tessel/Exceptions.h"
 #include "writer/RegistryDataWriter.h"
-#include "writer/WritableDataset.h"
+#include "writer/ParameterCopy.h"
 
 namespace Tessel::Detail {
 
@@ -47,7 +47,7 @@ private:
 
 void CopyValues(RegistryDataset& target, const RegistryDataset& source, bool overwrite)
 {
-    EnsureWritable(target);
+    target.EnsureWritable();
     const std::vector<std::wstring> names = source.EnumerateValues();
     std::vector<BYTE> buffer(kTransferCapacity);
 

@@ -8,7 +8,7 @@
 #include "Tessel/Exceptions.h"
 #include "Tessel/PersistentDataWriterFactory.h"
 #include "config/DataSourceName.h"
-#include "writer/WritableDataset.h"
+#include "writer/ParameterCopy.h"
 
 namespace Tessel {
 
@@ -165,7 +165,7 @@ std::vector<unsigned int> RegistryDataWriter::GetUIntListOr(const std::wstring& 
 
 void RegistryDataWriter::DeleteParameter(const std::wstring& name)
 {
-    EnsureWritable(m_dataset);
+    m_dataset.EnsureWritable();
     // A missing parameter gives ERROR_FILE_NOT_FOUND, which is no failure here.
     m_dataset.CheckValueResult(RegDeleteValueW(m_dataset.m_key, name.c_str()), name, false, true);
 }
@@ -188,11 +188,11 @@ std::vector<std::shared_ptr<IPersistentDataWriter>> RegistryDataWriter::GetSubDa
 
 void RegistryDataWriter::CreateSubDataset(const std::wstring& subName)
 {
-    EnsureWritable(m_dataset);
+    m_dataset.EnsureWritable();
     const std::wstring subPath = m_dataset.m_subKey + L'\\' + subName;
     HKEY key = nullptr;
     const LONG status = RegCreateKeyExW(m_dataset.m_root, subPath.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                        m_regOverride | kWriteAccess, nullptr, &key, nullptr);
+                                        m_regOverride | RegistryDataset::kWriteAccess, nullptr, &key, nullptr);
     if (status == ERROR_SUCCESS)
         RegCloseKey(key);
     m_dataset.CheckValueResult(status, subName, false, true);
@@ -200,9 +200,9 @@ void RegistryDataWriter::CreateSubDataset(const std::wstring& subName)
 
 void RegistryDataWriter::DeleteSubDataset(const std::wstring& subName)
 {
-    EnsureWritable(m_dataset);
+    m_dataset.EnsureWritable();
     const std::wstring subPath = m_dataset.m_subKey + L'\\' + subName;
-    m_dataset.CheckValueResult(DeleteKeyTree(m_dataset.m_root, subPath.c_str(), m_regOverride), subName, false,
+    m_dataset.CheckValueResult(m_dataset.DeleteKeyTree(m_dataset.m_root, subPath.c_str()), subName, false,
                                true);
 }
 

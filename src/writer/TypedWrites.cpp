@@ -8,7 +8,7 @@
 #include "common/Utf16Data.h"
 #include "writer/RegistryDataWriter.h"
 #include "writer/StoredForms.h"
-#include "writer/WritableDataset.h"
+#include "writer/ParameterCopy.h"
 
 namespace Tessel::Detail {
 
@@ -22,7 +22,7 @@ constexpr std::size_t kSmallTextBytes = 128;
 template <class T>
 void RegistryDataWriter::PrepareSet(Fetch<T> guard, const std::wstring& name)
 {
-    EnsureWritable(m_dataset);
+    m_dataset.EnsureWritable();
     // The old value plays no part beyond this read: its failure is the refusal.
     T present{};
     (m_dataset.*guard)(name, present, false, true);

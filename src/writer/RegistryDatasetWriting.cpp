@@ -1,6 +1,7 @@
-// Re-opening a dataset's key for writing, and removing a key tree children first.
+// The dataset's writer side: re-opening its key for writing, and removing a key tree children
+// first.
 
-#include "writer/WritableDataset.h"
+#include "config/RegistryDataset.h"
 
 namespace Tessel::Detail {
 
@@ -14,28 +15,28 @@ constexpr DWORD kKeyNameCapacity = 256;
 
 } // namespace
 
-void EnsureWritable(RegistryDataset& dataset)
+void RegistryDataset::EnsureWritable()
 {
-    if (dataset.m_writable)
+    if (m_writable)
         return;
     // A key opened for reading can't be upgraded: it is closed, and a failure below leaves the
     // dataset closed, so that a writer without write rights loses its reads as well.
-    dataset.Close();
+    Close();
     HKEY key = nullptr;
-    const LONG status = RegCreateKeyExW(dataset.m_root, dataset.m_subKey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                        dataset.m_regOverride | kWriteAccess, nullptr, &key, nullptr);
+    const LONG status = RegCreateKeyExW(m_root, m_subKey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                        m_regOverride | kWriteAccess, nullptr, &key, nullptr);
     if (status != ERROR_SUCCESS)
-        Raise(WriterPolicy().datasetNotFound, L"Cannot open %s", dataset.m_subKey.c_str());
-    dataset.m_key = key;
-    dataset.m_writable = true;
+        Raise(m_policy->datasetNotFound, L"Cannot open %s", m_subKey.c_str());
+    m_key = key;
+    m_writable = true;
 }
 
-LONG DeleteKeyTree(HKEY parent, const wchar_t* subPath, ULONG regOverride)
+LONG RegistryDataset::DeleteKeyTree(HKEY parent, const wchar_t* subPath) const
 {
     if (subPath == nullptr || *subPath == L'\0')
         return ERROR_BADKEY;
     HKEY key = nullptr;
-    LONG status = RegOpenKeyExW(parent, subPath, 0, regOverride | kDeleteTreeAccess, &key);
+    LONG status = RegOpenKeyExW(parent, subPath, 0, m_regOverride | kDeleteTreeAccess, &key);
     if (status != ERROR_SUCCESS)
         return status;
     for (;;) {
@@ -49,7 +50,7 @@ LONG DeleteKeyTree(HKEY parent, const wchar_t* subPath, ULONG regOverride)
         }
         if (status != ERROR_SUCCESS)
             break;
-        status = DeleteKeyTree(key, child, regOverride);
+        status = DeleteKeyTree(key, child);
         if (status != ERROR_SUCCESS)
             break;
     }
