@@ -18,6 +18,7 @@ namespace {
 // Past this many entries the cache starts again; a process that walks a large tree once should
 // not keep all of it.
 constexpr std::size_t kMaxCacheEntries = 200000;
+constexpr std::size_t kMaxCacheDataBytes = 64u << 20;
 
 std::string CacheKey(std::int64_t id, const std::string& fold)
 {
@@ -96,6 +97,7 @@ void Hive::Cache::Clear()
     missingValues.clear();
     subKeys.clear();
     valueLists.clear();
+    dataBytes = 0;
 }
 
 Hive* const* Hive::All()
@@ -177,7 +179,8 @@ LONG Hive::BeginRead()
         m_stampValid = false;
         return ERROR_SUCCESS;
     }
-    if (!m_stampValid || now != m_stamp || m_cache.Size() > kMaxCacheEntries) {
+    if (!m_stampValid || now != m_stamp || m_cache.Size() > kMaxCacheEntries ||
+        m_cache.dataBytes > kMaxCacheDataBytes) {
         m_cache.Clear();
         m_stamp = now;
         m_stampValid = true;
@@ -315,6 +318,7 @@ LONG Hive::Value(std::int64_t key, const std::string& fold, const ValueRecord*& 
     value.type = static_cast<DWORD>(query.Int(0));
     value.data = query.Blob(1);
     if (m_cacheUsable) {
+        m_cache.dataBytes += value.data.size();
         out = &m_cache.values.emplace(std::move(cacheKey), std::move(value)).first->second;
     } else {
         m_scratchValue = std::move(value);
@@ -410,6 +414,7 @@ LONG Hive::Values(std::int64_t key, std::shared_ptr<const ValueList>& out)
         entry.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
         entry.value.type = static_cast<DWORD>(query.Int(1));
         entry.value.data = query.Blob(2);
+        m_cache.dataBytes += m_cacheUsable ? entry.value.data.size() : 0;
         list->push_back(std::move(entry));
     }
     if (result != SQLITE_DONE)

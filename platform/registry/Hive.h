@@ -122,6 +122,8 @@ private:
         std::unordered_map<std::int64_t, std::shared_ptr<const SubKeyList>> subKeys;
         std::unordered_map<std::int64_t, std::shared_ptr<const ValueList>> valueLists;
 
+        std::size_t dataBytes = 0; // value data held, which entries alone don't bound
+
         std::size_t Size() const;
         void Clear();
     };
