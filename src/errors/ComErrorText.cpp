@@ -15,6 +15,7 @@
 namespace Tessel {
 
 using Internal::ComReference;
+using Internal::LocalText;
 using Internal::TrimSystemLineEnd;
 
 namespace {
@@ -28,25 +29,6 @@ constexpr std::size_t kCodeTextSize = 128;
 
 struct BstrDeleter {
     void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
-};
-
-// A text that the system or the local heap allocated; freed with LocalFree.
-class LocalText {
-public:
-    LocalText() noexcept = default;
-    ~LocalText() { LocalFree(m_text); }
-    LocalText(const LocalText&) = delete;
-    LocalText& operator=(const LocalText&) = delete;
-
-    wchar_t* Get() const noexcept { return m_text; }
-    wchar_t** Receive() noexcept { return &m_text; }
-    void Allocate(std::size_t characters) noexcept
-    {
-        m_text = static_cast<wchar_t*>(LocalAlloc(LMEM_FIXED, characters * sizeof(wchar_t)));
-    }
-
-private:
-    wchar_t* m_text = nullptr;
 };
 
 // The system's text for code, without the line end that the system puts after it.

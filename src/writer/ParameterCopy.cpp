@@ -6,6 +6,7 @@
 #include "Tessel/Exceptions.h"
 #include "writer/RegistryDataWriter.h"
 #include "writer/ParameterCopy.h"
+#include "errors/SystemText.h"
 
 namespace Tessel::Detail {
 
@@ -17,23 +18,19 @@ constexpr DWORD kTransferCapacity = 0x200000;
 // FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM.
 constexpr DWORD kSystemTextFlags = 0x1300;
 
-// The system's text of a status, line end included; empty when the system has none. Owns the
-// block that the system allocates.
+// The system's text of a status, line end included; empty when the system has none.
 class StatusText {
 public:
     explicit StatusText(LONG status)
     {
         FormatMessageW(kSystemTextFlags, nullptr, static_cast<DWORD>(status), 0,
-                       reinterpret_cast<LPWSTR>(&m_text), 0, nullptr);
+                       reinterpret_cast<LPWSTR>(m_text.Receive()), 0, nullptr);
     }
-    ~StatusText() { LocalFree(m_text); }
-    StatusText(const StatusText&) = delete;
-    StatusText& operator=(const StatusText&) = delete;
 
-    const wchar_t* Get() const { return m_text != nullptr ? m_text : L""; }
+    const wchar_t* Get() const { return m_text.Get() != nullptr ? m_text.Get() : L""; }
 
 private:
-    wchar_t* m_text = nullptr;
+    Internal::LocalText m_text;
 };
 
 // The status text lives until the exception has taken its copy.
