@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <ftw.h>
 #include <new>
 #include <string>
 #include <unistd.h>
@@ -15,6 +14,7 @@
 #include "Tessel/ConfigReaderFactory.h"
 #include "Tessel/Exceptions.h"
 #include "TesselWin32.h"
+#include "support/ScratchStore.h"
 #include "common/Long32.h"
 #include "common/Utf16Data.h"
 
@@ -238,29 +238,15 @@ BENCHMARK(Library_GetIntMissingThrows);
 BENCHMARK(Raw_EnumerateSubKeys);
 BENCHMARK(Library_GetSubDatasetNames);
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*)
-{
-    return std::remove(path);
-}
-
 } // namespace
 
 // Runs against a scratch store unless TESSEL_REGISTRY_DIR names one.
 int main(int argc, char** argv)
 {
-    std::string scratch;
-    if (std::getenv("TESSEL_REGISTRY_DIR") == nullptr) {
-        std::string pattern = "/tmp/tessel-bench-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr)
-            return 1;
-        scratch = pattern;
-        setenv("TESSEL_REGISTRY_DIR", scratch.c_str(), 1);
-    }
+    const TesselBench::ScratchStore store;
     Populate();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
-    if (!scratch.empty())
-        nftw(scratch.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
     return 0;
 }

@@ -5,7 +5,6 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
-#include <ftw.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "Tessel/CopyRegistryTree.h"
 #include "Tessel/PersistentDataWriterFactory.h"
 #include "TesselWin32.h"
+#include "support/ScratchStore.h"
 #include "common/Long32.h"
 #include "common/Utf16Data.h"
 
@@ -174,29 +174,15 @@ BENCHMARK(Library_SetInt);
 BENCHMARK(Raw_CopyTree)->Unit(benchmark::kMillisecond)->Iterations(3)->Arg(0)->Arg(1);
 BENCHMARK(Library_CopyRegistryTree)->Unit(benchmark::kMillisecond)->Iterations(3)->Arg(0)->Arg(1);
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*)
-{
-    return std::remove(path);
-}
-
 } // namespace
 
 // Runs against a scratch store unless TESSEL_REGISTRY_DIR names one.
 int main(int argc, char** argv)
 {
-    std::string scratch;
-    if (std::getenv("TESSEL_REGISTRY_DIR") == nullptr) {
-        std::string pattern = "/tmp/tessel-bench-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr)
-            return 1;
-        scratch = pattern;
-        setenv("TESSEL_REGISTRY_DIR", scratch.c_str(), 1);
-    }
+    const TesselBench::ScratchStore store;
     Populate();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
-    if (!scratch.empty())
-        nftw(scratch.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
     return 0;
 }
