@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ftw.h>
 #include <map>
 #include <spawn.h>
 #include <sqlite3.h>
@@ -22,6 +21,7 @@
 #include <vector>
 
 #include "TesselWin32.h"
+#include "support/ScratchStore.h"
 
 extern char** environ;
 
@@ -353,11 +353,6 @@ private:
     std::map<std::string, double> m_nanoseconds;
 };
 
-int RemoveEntry(const char* path, const struct stat*, int, struct FTW*)
-{
-    return std::remove(path);
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -365,15 +360,7 @@ int main(int argc, char** argv)
     if (argc > 1 && std::strcmp(argv[1], "--cold-start-child") == 0)
         return ColdStartChild();
 
-    // A store of its own for the run, unless the caller named one.
-    std::string directory;
-    if (std::getenv("TESSEL_REGISTRY_DIR") == nullptr) {
-        char pattern[] = "/tmp/tessel-bench-XXXXXX";
-        if (mkdtemp(pattern) == nullptr)
-            return 1;
-        directory = pattern;
-        setenv("TESSEL_REGISTRY_DIR", pattern, 1);
-    }
+    const TesselBench::ScratchStore store;
     char self[4096];
     const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
     g_self = length > 0 ? std::string(self, static_cast<std::size_t>(length)) : argv[0];
@@ -383,7 +370,5 @@ int main(int argc, char** argv)
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.PrintRatios();
     benchmark::Shutdown();
-    if (!directory.empty())
-        nftw(directory.c_str(), RemoveEntry, 16, FTW_DEPTH | FTW_PHYS);
     return 0;
 }

@@ -31,9 +31,6 @@ public:
     ScratchStore(const ScratchStore&) = delete;
     ScratchStore& operator=(const ScratchStore&) = delete;
 
-    // The directory that holds the hives.
-    static std::string Directory() { return std::getenv("TESSEL_REGISTRY_DIR"); }
-
 private:
     static int RemoveEntry(const char* path, const struct stat*, int, struct FTW*) { return std::remove(path); }
 

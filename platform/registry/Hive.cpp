@@ -362,20 +362,19 @@ LONG Hive::SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out)
     return ERROR_SUCCESS;
 }
 
-LONG Hive::SubKeyAt(std::int64_t key, DWORD index, SubKeyEntry& out)
+LONG Hive::SubKeyAt(std::int64_t key, DWORD index, const SubKeyEntry*& out)
 {
     const bool inOrder = key == m_lastEnumeratedKey && index == m_lastEnumeratedIndex + 1;
     m_lastEnumeratedKey = key;
     m_lastEnumeratedIndex = index;
     const bool listed = m_cacheUsable && m_cache.subKeys.count(key) != 0;
     if (listed || inOrder || !m_database) {
-        std::shared_ptr<const SubKeyList> list;
-        const LONG status = SubKeys(key, list);
+        const LONG status = SubKeys(key, m_enumerated);
         if (status != ERROR_SUCCESS)
             return status;
-        if (index >= list->size())
+        if (index >= m_enumerated->size())
             return ERROR_NO_MORE_ITEMS;
-        out = (*list)[index];
+        out = &(*m_enumerated)[index];
         return ERROR_SUCCESS;
     }
     Statement query = m_database->Prepare(Sql::ChildAt);
@@ -386,9 +385,10 @@ LONG Hive::SubKeyAt(std::int64_t key, DWORD index, SubKeyEntry& out)
         return ERROR_NO_MORE_ITEMS;
     if (result != SQLITE_ROW)
         return Fail(result);
-    out.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
-    out.id = query.Int(1);
-    out.className = query.IsNull(2) ? Utf16() : FromStoredBytes(query.BlobData(2), query.BlobSize(2));
+    m_scratchSubKey.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
+    m_scratchSubKey.id = query.Int(1);
+    m_scratchSubKey.className = query.IsNull(2) ? Utf16() : FromStoredBytes(query.BlobData(2), query.BlobSize(2));
+    out = &m_scratchSubKey;
     return ERROR_SUCCESS;
 }
 

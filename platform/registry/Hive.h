@@ -87,8 +87,9 @@ public:
     LONG SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out);
     // One sub-key by its index, ERROR_NO_MORE_ITEMS past the end. Walking the indices in order
     // reads the list once; asking for index 0 again and again, as a loop that deletes what it
-    // enumerates does, reads one row each time.
-    LONG SubKeyAt(std::int64_t key, DWORD index, SubKeyEntry& out);
+    // enumerates does, reads one row each time. The entry stays valid until the next call on
+    // this hive.
+    LONG SubKeyAt(std::int64_t key, DWORD index, const SubKeyEntry*& out);
     LONG Values(std::int64_t key, std::shared_ptr<const ValueList>& out);
     LONG KeyInfo(std::int64_t key, Utf16& className, std::int64_t& written);
 
@@ -145,6 +146,8 @@ private:
     bool m_cacheUsable = false; // this call may read and fill the cache
     bool m_writing = false;
     ValueRecord m_scratchValue; // a value read past the cache
+    SubKeyEntry m_scratchSubKey; // a sub-key read past the cache
+    std::shared_ptr<const SubKeyList> m_enumerated; // keeps the list that SubKeyAt pointed into
     std::int64_t m_lastEnumeratedKey = 0; // where the last SubKeyAt was, to tell an in-order walk
     DWORD m_lastEnumeratedIndex = 0;
 };

@@ -160,10 +160,11 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
             return result;
         if (key.id == 0)
             return ERROR_NO_MORE_ITEMS;
-        SubKeyEntry entry;
-        result = hive.SubKeyAt(key.id, dwIndex, entry);
+        const SubKeyEntry* found = nullptr;
+        result = hive.SubKeyAt(key.id, dwIndex, found);
         if (result != ERROR_SUCCESS)
             return result;
+        const SubKeyEntry& entry = *found;
         const std::size_t nameLength = WideLength(entry.name);
         const std::size_t classLength = WideLength(entry.className);
         // A buffer too small gets nothing, and its count stays as it was.
