@@ -251,24 +251,34 @@ LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, L
         LONG found = LocateForRead(hive, target, key);
         if (found != ERROR_SUCCESS || key.id == 0)
             return found;
-        found = hive.KeyInfo(key.id, className, written);
-        std::shared_ptr<const SubKeyList> keyList;
-        std::shared_ptr<const ValueList> valueList;
-        if (found == ERROR_SUCCESS)
-            found = hive.SubKeys(key.id, keyList);
-        if (found == ERROR_SUCCESS)
-            found = hive.Values(key.id, valueList);
-        if (found != ERROR_SUCCESS)
-            return found;
-        subKeys = keyList->size();
-        for (const SubKeyEntry& entry : *keyList) {
-            maxSubKey = std::max(maxSubKey, entry.name.size());
-            maxClass = std::max(maxClass, entry.className.size());
+        // Only what the caller asks for: the class and the write time cost a query of the
+        // database, the lists come from the cache. Walks of a tree ask for counts alone.
+        if (lpcchClass != nullptr || lpftLastWriteTime != nullptr) {
+            found = hive.KeyInfo(key.id, className, written);
+            if (found != ERROR_SUCCESS)
+                return found;
         }
-        values = valueList->size();
-        for (const ValueEntry& entry : *valueList) {
-            maxValueName = std::max(maxValueName, entry.name.size());
-            maxData = std::max(maxData, entry.value.data.size());
+        if (lpcSubKeys != nullptr || lpcbMaxSubKeyLen != nullptr || lpcbMaxClassLen != nullptr) {
+            std::shared_ptr<const SubKeyList> keyList;
+            found = hive.SubKeys(key.id, keyList);
+            if (found != ERROR_SUCCESS)
+                return found;
+            subKeys = keyList->size();
+            for (const SubKeyEntry& entry : *keyList) {
+                maxSubKey = std::max(maxSubKey, entry.name.size());
+                maxClass = std::max(maxClass, entry.className.size());
+            }
+        }
+        if (lpcValues != nullptr || lpcbMaxValueNameLen != nullptr || lpcbMaxValueLen != nullptr) {
+            std::shared_ptr<const ValueList> valueList;
+            found = hive.Values(key.id, valueList);
+            if (found != ERROR_SUCCESS)
+                return found;
+            values = valueList->size();
+            for (const ValueEntry& entry : *valueList) {
+                maxValueName = std::max(maxValueName, entry.name.size());
+                maxData = std::max(maxData, entry.value.data.size());
+            }
         }
         return ERROR_SUCCESS;
     });
