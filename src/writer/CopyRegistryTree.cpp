@@ -22,9 +22,13 @@ using PendingCopy = std::pair<std::shared_ptr<IConfigReader>, std::shared_ptr<IP
 void CopyBreadthFirst(const IConfigReader& reader, IPersistentDataWriter& writer, bool recursive, bool overwrite)
 {
     // The caller's objects give their locations alone; their state plays no part.
+    // The source is opened before the target is asked for, so that when both fail the copy
+    // reports the source; the arguments of one call would be made in no fixed order.
+    std::shared_ptr<IConfigReader> top = ConfigReaderFactory::GetInstance().GetConfigReader(reader.GetDatasetPath());
+    std::shared_ptr<IPersistentDataWriter> topTarget =
+        PersistentDataWriterFactory::GetInstance().GetPersistentDataWriter(writer.GetDatasetPath());
     std::deque<PendingCopy> queue;
-    queue.emplace_back(ConfigReaderFactory::GetInstance().GetConfigReader(reader.GetDatasetPath()),
-                       PersistentDataWriterFactory::GetInstance().GetPersistentDataWriter(writer.GetDatasetPath()));
+    queue.emplace_back(std::move(top), std::move(topTarget));
 
     while (!queue.empty()) {
         const std::shared_ptr<IConfigReader> source = queue.front().first;

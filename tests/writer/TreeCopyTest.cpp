@@ -118,6 +118,13 @@ TEST(CopyRegistryTree, SourceThatCannotBeOpenedLeavesTheTargetUntouched)
     ExpectFailure<Tessel::Unexpected>(
         [&] { Tessel::CopyRegistryTree(*reader, *OpenWriter(kTargetLocation), true, true); }, OuterText(kSource));
     EXPECT_FALSE(KeyExists(kTarget));
+
+    // When the target's location is refused as well, the source's failure is the one reported.
+    const std::wstring colonTarget = kTargetLocation + L"\\a:b";
+    ExpectFailure<Tessel::Unexpected>(
+        [&] { Tessel::CopyRegistryTree(*reader, *OpenWriter(L"registry:" + colonTarget), true, true); },
+        L"'Tessel::CopyRegistryTree': Errors found during copy from '" + kSourceLocation + L"' to '" + colonTarget +
+            L"'. Message ='" + kSource + L"'");
 }
 
 // A location is handed to the factories as a data-source name, so a colon in it splits off a
