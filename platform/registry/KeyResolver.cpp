@@ -142,6 +142,12 @@ REGSAM RequestedRights(REGSAM sam, REGSAM granted)
                                          kGenericAll | MAXIMUM_ALLOWED);
 }
 
+bool HandleAllows(const Target& target, const KeyRecord& key, REGSAM rights)
+{
+    const bool predefined = target.root != nullptr && target.root->key == target.key;
+    return ((predefined ? key.access : target.handle.access) & rights) == rights;
+}
+
 LONG Locate(Hive& hive, const Target& target, bool create, KeyRecord& out)
 {
     if (target.root == nullptr)

@@ -54,6 +54,11 @@ bool ConflictingViews(REGSAM sam);
 // MAXIMUM_ALLOWED answered with all that the key grants.
 REGSAM RequestedRights(REGSAM sam, REGSAM granted);
 
+// Whether the handle may do what rights names on key. A predefined key's own handle has all
+// that the key grants, as Windows opens it with MAXIMUM_ALLOWED; any other handle has what it
+// was opened with.
+bool HandleAllows(const Target& target, const KeyRecord& key, REGSAM rights);
+
 // Finds the key a target stands for. A handle whose key is gone gives ERROR_KEY_DELETED; a
 // predefined key whose path doesn't exist gives ERROR_FILE_NOT_FOUND, or is made with create.
 LONG Locate(Hive& hive, const Target& target, bool create, KeyRecord& out);

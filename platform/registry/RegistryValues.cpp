@@ -48,12 +48,13 @@ LONG CopyData(const ValueRecord& value, LPDWORD type, LPBYTE data, LPDWORD size)
 }
 
 // Resolves target for reading; a predefined key whose path doesn't exist yet reads as empty,
-// which the caller learns from a zero id.
+// which the caller learns from a zero id, and grants all, as the key it will be.
 LONG LocateForRead(Hive& hive, const Target& target, KeyRecord& key)
 {
     const LONG status = Locate(hive, target, false, key);
     if (status == ERROR_FILE_NOT_FOUND && target.root != nullptr) {
         key = KeyRecord{};
+        key.access = KEY_ALL_ACCESS;
         return ERROR_SUCCESS;
     }
     return status;
@@ -85,6 +86,8 @@ LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserv
         LONG result = LocateForRead(hive, target, key);
         if (result != ERROR_SUCCESS)
             return result;
+        if (!HandleAllows(target, key, KEY_QUERY_VALUE))
+            return ERROR_ACCESS_DENIED;
         if (key.id == 0)
             return ERROR_FILE_NOT_FOUND;
         const ValueRecord* value = nullptr;
@@ -113,7 +116,11 @@ LSTATUS WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DW
     return hive.Write(true, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
         KeyRecord key;
         const LONG result = Locate(hive, target, true, key);
-        return result != ERROR_SUCCESS ? result : hive.SetValue(key.id, name, fold, dwType, lpData, cbData);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (!HandleAllows(target, key, KEY_SET_VALUE))
+            return ERROR_ACCESS_DENIED;
+        return hive.SetValue(key.id, name, fold, dwType, lpData, cbData);
     });
 }
 
@@ -134,7 +141,11 @@ LSTATUS WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName)
     return hive.Write(false, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
         KeyRecord key;
         const LONG result = Locate(hive, target, false, key);
-        return result != ERROR_SUCCESS ? result : hive.DeleteValue(key.id, fold);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (!HandleAllows(target, key, KEY_SET_VALUE))
+            return ERROR_ACCESS_DENIED;
+        return hive.DeleteValue(key.id, fold);
     });
 }
 
@@ -158,6 +169,8 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
         LONG result = LocateForRead(hive, target, key);
         if (result != ERROR_SUCCESS)
             return result;
+        if (!HandleAllows(target, key, KEY_ENUMERATE_SUB_KEYS))
+            return ERROR_ACCESS_DENIED;
         if (key.id == 0)
             return ERROR_NO_MORE_ITEMS;
         const SubKeyEntry* found = nullptr;
@@ -210,6 +223,8 @@ LSTATUS WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWO
         LONG result = LocateForRead(hive, target, key);
         if (result != ERROR_SUCCESS)
             return result;
+        if (!HandleAllows(target, key, KEY_QUERY_VALUE))
+            return ERROR_ACCESS_DENIED;
         if (key.id == 0)
             return ERROR_NO_MORE_ITEMS;
         std::shared_ptr<const ValueList> list;
@@ -249,8 +264,12 @@ LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, L
     const LONG result = IsPerformance(target) ? ERROR_SUCCESS : hive.Read([&]() -> LONG {
         KeyRecord key;
         LONG found = LocateForRead(hive, target, key);
-        if (found != ERROR_SUCCESS || key.id == 0)
+        if (found != ERROR_SUCCESS)
             return found;
+        if (!HandleAllows(target, key, KEY_QUERY_VALUE))
+            return ERROR_ACCESS_DENIED;
+        if (key.id == 0)
+            return ERROR_SUCCESS;
         // Only what the caller asks for: the class and the write time cost a query of the
         // database, the lists come from the cache. Walks of a tree ask for counts alone.
         if (lpcchClass != nullptr || lpftLastWriteTime != nullptr) {

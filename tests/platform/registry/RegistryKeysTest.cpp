@@ -235,6 +235,16 @@ TEST_F(RegistryKeys, TheKeysGrantLimitsOpensCreatesAndDeletes)
     EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteKeyW(guarded.Get(), L"inner"));
     ScopedKey stillThere;
     EXPECT_EQ(ERROR_SUCCESS, Open(L"guarded\\inner", stillThere, KEY_READ));
+
+    // A predefined key's own handle has what the key grants, no more.
+    ScopedKey config;
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_CONFIG, L"", config));
+    ASSERT_EQ(ERROR_SUCCESS, TesselRegSetKeyAccess(config.Get(), KEY_READ));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, SetDword(HKEY_CURRENT_CONFIG, L"v", 1));
+    EXPECT_EQ(ERROR_ACCESS_DENIED, RegDeleteValueW(HKEY_CURRENT_CONFIG, L"v"));
+    DWORD size = 0;
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegQueryValueExW(HKEY_CURRENT_CONFIG, L"v", nullptr, nullptr, nullptr, &size));
+    EXPECT_EQ(ERROR_SUCCESS, TesselRegSetKeyAccess(config.Get(), KEY_ALL_ACCESS));
 }
 #endif
 
