@@ -20,13 +20,12 @@ namespace {
 constexpr std::size_t kMaxCacheEntries = 200000;
 constexpr std::size_t kMaxCacheDataBytes = 64u << 20;
 
-std::string CacheKey(std::int64_t id, const std::string& fold)
+// Builds the key into out, whose buffer is kept from call to call: a cache hit allocates nothing.
+const std::string& CacheKey(std::int64_t id, const std::string& fold, std::string& out)
 {
-    std::string key(sizeof(id) + fold.size(), '\0');
-    std::memcpy(&key[0], &id, sizeof(id));
-    if (!fold.empty())
-        std::memcpy(&key[sizeof(id)], fold.data(), fold.size());
-    return key;
+    out.assign(reinterpret_cast<const char*>(&id), sizeof(id));
+    out.append(fold);
+    return out;
 }
 
 std::string HiveDirectory(HiveId id)
@@ -258,10 +257,8 @@ LONG Hive::Child(const KeyRecord& parent, const std::string& fold, KeyRecord& ou
 {
     if (!m_database)
         return ERROR_FILE_NOT_FOUND;
-    std::string cacheKey;
     if (m_cacheUsable) {
-        cacheKey = CacheKey(parent.id, fold);
-        const auto found = m_cache.children.find(cacheKey);
+        const auto found = m_cache.children.find(CacheKey(parent.id, fold, m_cacheKey));
         if (found != m_cache.children.end()) {
             if (found->second.id == 0)
                 return ERROR_FILE_NOT_FOUND;
@@ -281,7 +278,7 @@ LONG Hive::Child(const KeyRecord& parent, const std::string& fold, KeyRecord& ou
             return Fail(result);
     }
     if (m_cacheUsable)
-        m_cache.children.emplace(std::move(cacheKey), child);
+        m_cache.children.emplace(m_cacheKey, child);
     if (child.id == 0)
         return ERROR_FILE_NOT_FOUND;
     out = child;
@@ -292,15 +289,13 @@ LONG Hive::Value(std::int64_t key, const std::string& fold, const ValueRecord*& 
 {
     if (!m_database)
         return ERROR_FILE_NOT_FOUND;
-    std::string cacheKey;
     if (m_cacheUsable) {
-        cacheKey = CacheKey(key, fold);
-        const auto found = m_cache.values.find(cacheKey);
+        const auto found = m_cache.values.find(CacheKey(key, fold, m_cacheKey));
         if (found != m_cache.values.end()) {
             out = &found->second;
             return ERROR_SUCCESS;
         }
-        if (m_cache.missingValues.count(cacheKey) != 0)
+        if (m_cache.missingValues.count(m_cacheKey) != 0)
             return ERROR_FILE_NOT_FOUND;
     }
     Statement query = m_database->Prepare(Sql::ValueGet);
@@ -309,7 +304,7 @@ LONG Hive::Value(std::int64_t key, const std::string& fold, const ValueRecord*& 
     const int result = query.Step();
     if (result == SQLITE_DONE) {
         if (m_cacheUsable)
-            m_cache.missingValues.emplace(std::move(cacheKey), true);
+            m_cache.missingValues.emplace(m_cacheKey, true);
         return ERROR_FILE_NOT_FOUND;
     }
     if (result != SQLITE_ROW)
@@ -319,7 +314,7 @@ LONG Hive::Value(std::int64_t key, const std::string& fold, const ValueRecord*& 
     value.data = query.Blob(1);
     if (m_cacheUsable) {
         m_cache.dataBytes += value.data.size();
-        out = &m_cache.values.emplace(std::move(cacheKey), std::move(value)).first->second;
+        out = &m_cache.values.emplace(m_cacheKey, std::move(value)).first->second;
     } else {
         m_scratchValue = std::move(value);
         out = &m_scratchValue;

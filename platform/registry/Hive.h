@@ -145,6 +145,7 @@ private:
     bool m_stampValid = false; // m_stamp describes the cache's contents
     bool m_cacheUsable = false; // this call may read and fill the cache
     bool m_writing = false;
+    std::string m_cacheKey;     // the last lookup's cache key, its buffer reused by the next
     ValueRecord m_scratchValue; // a value read past the cache
     SubKeyEntry m_scratchSubKey; // a sub-key read past the cache
     std::shared_ptr<const SubKeyList> m_enumerated; // keeps the list that SubKeyAt pointed into

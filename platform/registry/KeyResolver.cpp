@@ -96,9 +96,8 @@ LONG SplitPath(const wchar_t* path, std::vector<Utf16>& parts)
             return ERROR_BAD_PATHNAME;
         if (end - start > MaxKeyNameUnits * 2)
             return ERROR_INVALID_PARAMETER;
-        const std::wstring name(path + start, end - start);
         Utf16 part;
-        if (!ToUtf16(name.c_str(), part) || part.size() > MaxKeyNameUnits)
+        if (!ToUtf16(path + start, end - start, part) || part.size() > MaxKeyNameUnits)
             return ERROR_INVALID_PARAMETER;
         parts.push_back(std::move(part));
         if (parts.size() > static_cast<std::size_t>(MaxKeyDepth))

@@ -50,8 +50,13 @@ bool IsLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
 bool ToUtf16(const wchar_t* text, Utf16& out)
 {
+    return ToUtf16(text, std::char_traits<wchar_t>::length(text), out);
+}
+
+bool ToUtf16(const wchar_t* text, std::size_t length, Utf16& out)
+{
     out.clear();
-    for (const wchar_t* p = text; *p != L'\0'; ++p) {
+    for (const wchar_t* p = text; p != text + length; ++p) {
         const std::uint32_t code = static_cast<std::uint32_t>(*p);
         if (code < 0x10000) {
             out.push_back(static_cast<char16_t>(code));

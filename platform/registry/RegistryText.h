@@ -16,6 +16,8 @@ constexpr std::size_t MaxValueNameUnits = 16383;
 // Converts a caller's text to UTF-16. Fails only on a code point beyond U+10FFFF, which no
 // UTF-16 text can hold; a lone surrogate passes through as the unit it is, as on Windows.
 bool ToUtf16(const wchar_t* text, Utf16& out);
+// The same for the first length characters of text.
+bool ToUtf16(const wchar_t* text, std::size_t length, Utf16& out);
 
 // The simple upper-case mapping of one UTF-16 unit. It comes from a table compiled into the
 // store, so that every process agrees on it whatever its locale.
