@@ -214,7 +214,9 @@ TEST_F(Registrar, ForceRemoveClearsAnOldKeyButNotAProtectedOne)
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"Foo\\Old\\Deeper"));
     ASSERT_TRUE(SetString(HKEY_CLASSES_ROOT, L"Foo", L"Stale", L"x"));
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"Software\\Marker"));
-    ASSERT_EQ(Register(L"HKCR { ForceRemove Foo = s 'New' { Sub } ForceRemove Software { Added } }"), S_OK);
+    // A key of no name is none: the parent and its protected keys stay.
+    ASSERT_EQ(Register(L"HKCR { ForceRemove '' ForceRemove Foo = s 'New' { Sub } ForceRemove Software { Added } }"),
+              S_OK);
     EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, L"Foo\\Old"));
     EXPECT_FALSE(ReadValue(HKEY_CLASSES_ROOT, L"Foo", L"Stale").has_value());
     EXPECT_EQ(ReadString(HKEY_CLASSES_ROOT, L"Foo", nullptr), L"New");
@@ -238,7 +240,7 @@ TEST_F(Registrar, DeleteRemovesWhenRegisteringAndActsAsAKeyWhenUnregistering)
 
 TEST_F(Registrar, UnregisteringKeepsNoRemoveAndForeignSubKeys)
 {
-    const std::wstring script = L"HKCR { NoRemove Shared { Mine { val V = s 'x' } } Owned { Mine } "
+    const std::wstring script = L"HKCR { NoRemove Shared { Mine { val V = s 'x' } '' } Owned { Mine } "
                                 L"Values { val Plain = s 'a' NoRemove val Kept = s 'b' val Missing = s 'c' } }";
     ASSERT_EQ(Register(script), S_OK);
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"Owned\\Foreign"));

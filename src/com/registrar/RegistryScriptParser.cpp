@@ -149,7 +149,8 @@ LSTATUS ScriptKey::Open(HKEY parent, LPCWSTR name, REGSAM access)
     const LSTATUS status = RegOpenKeyExW(parent, name, 0, access, &key);
     if (status == ERROR_SUCCESS) {
         m_key = key;
-        m_owned = true;
+        // An empty name can give back a predefined parent itself, which is not ours to close.
+        m_owned = key != parent;
     }
     return status;
 }
@@ -349,7 +350,8 @@ HRESULT RegistryScriptParser::RegisterBlock(HKEY parent, int depth)
                 return hr;
             if (HasBackslash(token))
                 return DISP_E_EXCEPTION;
-            if (!IsProtectedKeyName(token))
+            // No key has an empty name; opening "" would reach the parent and empty it.
+            if (!token.empty() && !IsProtectedKeyName(token))
                 DeleteKeyTree(parent, token.c_str());
             if (deleteOnly) {
                 hr = NextToken(token);
@@ -450,7 +452,9 @@ HRESULT RegistryScriptParser::UnregisterBlock(HKEY parent, bool recover, int dep
             return DISP_E_EXCEPTION;
 
         ScriptKey key;
-        const LSTATUS opened = recover ? ERROR_FILE_NOT_FOUND : key.Open(parent, token.c_str(), KEY_READ);
+        // An empty name would open the parent itself, which the item must not remove.
+        const LSTATUS opened =
+            recover || token.empty() ? ERROR_FILE_NOT_FOUND : key.Open(parent, token.c_str(), KEY_READ);
         const std::wstring name = token.substr(0, kMaxNotedKeyName);
         hr = NextToken(token);
         if (SUCCEEDED(hr))
