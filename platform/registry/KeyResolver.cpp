@@ -58,8 +58,11 @@ LONG TargetOf(HKEY key, Target& out)
     if (key == nullptr)
         return ERROR_INVALID_HANDLE;
     const RootKey* roots = Roots();
+    // Predefined keys are 0x80000000 to 0x80000060 sign-extended; a cheap test spares the
+    // table walk for every other handle.
     const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(key);
-    for (int i = 0; i < kRootCount && value >= 0x80000000u && value <= 0x80000060u; ++i) {
+    const bool maybePredefined = (value >> 32) == 0xFFFFFFFFu && static_cast<std::uint32_t>(value) - 0x80000000u <= 0x60u;
+    for (int i = 0; i < kRootCount && maybePredefined; ++i) {
         if (roots[i].key == key) {
             if (roots[i].kind == RootKind::Invalid)
                 return ERROR_INVALID_HANDLE;

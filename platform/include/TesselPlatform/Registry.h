@@ -11,15 +11,19 @@ typedef struct HKEY__* HKEY;
 typedef HKEY* PHKEY;
 typedef ACCESS_MASK REGSAM;
 
-#define HKEY_CLASSES_ROOT reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000000u))
-#define HKEY_CURRENT_USER reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000001u))
-#define HKEY_LOCAL_MACHINE reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000002u))
-#define HKEY_USERS reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000003u))
-#define HKEY_PERFORMANCE_DATA reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000004u))
-#define HKEY_CURRENT_CONFIG reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000005u))
-#define HKEY_DYN_DATA reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000006u))
-#define HKEY_PERFORMANCE_TEXT reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000050u))
-#define HKEY_PERFORMANCE_NLSTEXT reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(0x80000060u))
+// The predefined keys are 32-bit values sign-extended to the pointer's width, as Windows makes them.
+#define TESSEL_PREDEFINED_HKEY(value) \
+    reinterpret_cast<HKEY>(static_cast<ULONG_PTR>(static_cast<LONG_PTR>(static_cast<LONG>(value))))
+
+#define HKEY_CLASSES_ROOT TESSEL_PREDEFINED_HKEY(0x80000000u)
+#define HKEY_CURRENT_USER TESSEL_PREDEFINED_HKEY(0x80000001u)
+#define HKEY_LOCAL_MACHINE TESSEL_PREDEFINED_HKEY(0x80000002u)
+#define HKEY_USERS TESSEL_PREDEFINED_HKEY(0x80000003u)
+#define HKEY_PERFORMANCE_DATA TESSEL_PREDEFINED_HKEY(0x80000004u)
+#define HKEY_CURRENT_CONFIG TESSEL_PREDEFINED_HKEY(0x80000005u)
+#define HKEY_DYN_DATA TESSEL_PREDEFINED_HKEY(0x80000006u)
+#define HKEY_PERFORMANCE_TEXT TESSEL_PREDEFINED_HKEY(0x80000050u)
+#define HKEY_PERFORMANCE_NLSTEXT TESSEL_PREDEFINED_HKEY(0x80000060u)
 
 // Value types.
 #define REG_NONE 0ul
