@@ -125,7 +125,7 @@ public:
     ClassTableEntry* m_classTable = nullptr;
 
 private:
-    HRESULT RunScript(LPCOLESTR resource, BOOL bRegister, const RegistrarReplacement* replacements);
+    HRESULT RunScript(LPCOLESTR resource, bool byName, BOOL bRegister, const RegistrarReplacement* replacements);
 };
 
 // The module-level objects. The library defines them beside its entry points.

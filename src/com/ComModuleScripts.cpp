@@ -27,15 +27,16 @@ std::wstring DoubleQuotes(const wchar_t* path)
 
 HRESULT CComModule::RunScriptById(UINT resourceId, BOOL bRegister, const RegistrarReplacement* replacements)
 {
-    return RunScript(MAKEINTRESOURCEW(LOWORD(resourceId)), bRegister, replacements);
+    return RunScript(MAKEINTRESOURCEW(LOWORD(resourceId)), false, bRegister, replacements);
 }
 
 HRESULT CComModule::RunScriptByName(LPCOLESTR resourceName, BOOL bRegister, const RegistrarReplacement* replacements)
 {
-    return RunScript(resourceName, bRegister, replacements);
+    return RunScript(resourceName, true, bRegister, replacements);
 }
 
-HRESULT CComModule::RunScript(LPCOLESTR resource, BOOL bRegister, const RegistrarReplacement* replacements)
+HRESULT CComModule::RunScript(LPCOLESTR resource, bool byName, BOOL bRegister,
+                              const RegistrarReplacement* replacements)
 {
     try {
         CRegObject registrar;
@@ -67,7 +68,8 @@ HRESULT CComModule::RunScript(LPCOLESTR resource, BOOL bRegister, const Registra
             return hr;
         if (hr = registrar.AddReplacementPair(L"Module_Raw", raw.c_str()); FAILED(hr))
             return hr;
-        if (resource == nullptr)
+        // Number 0 is a null pointer too, but a number that the module may simply not have.
+        if (byName && resource == nullptr)
             return E_INVALIDARG;
         return registrar.RunResourceScript(path, resource, L"REGISTRY", bRegister);
     } catch (const std::bad_alloc&) {
