@@ -61,8 +61,8 @@ const char* const kStatements[] = {
     // DeleteKeyValues
     "DELETE FROM value WHERE key = ?1",
     // Subtree: the key and all below it, deepest first so that a delete can go in this order.
-    "WITH RECURSIVE tree(id) AS (SELECT ?1 UNION ALL SELECT key.id FROM key JOIN tree ON key.parent = tree.id) "
-    "SELECT key.id, key.access FROM tree JOIN key ON key.id = tree.id ORDER BY key.depth DESC",
+    ("WITH RECURSIVE tree(id) AS (SELECT ?1 UNION ALL SELECT key.id FROM key JOIN tree ON key.parent = tree.id) "
+     "SELECT key.id, key.access FROM tree JOIN key ON key.id = tree.id ORDER BY key.depth DESC"),
     // SetAccess
     "UPDATE key SET access = ?2 WHERE id = ?1",
     // Begin, Commit, Rollback: prepared once, since every modifying call runs all of them.
