@@ -109,7 +109,7 @@ struct ComErrorKey {
 // name must outlive the registry; keys compare by the text (null first), then by code.
 struct NamedErrorKey {
     const wchar_t* name;
-    ULONG code;
+    unsigned code;
 
     bool operator<(const NamedErrorKey& other) const noexcept
     {
@@ -138,7 +138,7 @@ public:
     // The first registration of a key wins; a later one is dropped without a word. Memory that
     // runs out comes back as OutOfMemory without a text.
     static void Register(const GUID& guid, LONG code, ExceptionThrower thrower);
-    static void Register(const wchar_t* name, ULONG code, ExceptionThrower thrower);
+    static void Register(const wchar_t* name, unsigned code, ExceptionThrower thrower);
 
     // Turns a failed call into its exception class; returns at once when code is not negative.
     // The text comes from info if given, else from the thread's error object when source says
@@ -155,7 +155,7 @@ public:
 
 private:
     ExceptionThrower FindComThrower(const GUID& guid, LONG code) const noexcept;
-    ExceptionThrower FindNamedThrower(const wchar_t* name, ULONG code) const noexcept;
+    ExceptionThrower FindNamedThrower(const wchar_t* name, unsigned code) const noexcept;
 
     std::map<ComErrorKey, ExceptionThrower> m_comThrowers;
     std::map<NamedErrorKey, ExceptionThrower> m_namedThrowers;
@@ -173,7 +173,7 @@ public:
     {
         ExceptionFactory::Register(guid, code, thrower);
     }
-    ExceptionRegistrar(const wchar_t* name, ULONG code, ExceptionThrower thrower)
+    ExceptionRegistrar(const wchar_t* name, unsigned code, ExceptionThrower thrower)
     {
         ExceptionFactory::Register(name, code, thrower);
     }

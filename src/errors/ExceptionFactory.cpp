@@ -85,18 +85,20 @@ ExceptionFactory& getExceptionFactoryInstance()
 void ExceptionFactory::Register(const GUID& guid, LONG code, ExceptionThrower thrower)
 {
     ExceptionFactory& factory = getExceptionFactoryInstance();
+    // Unlike emplace, try_emplace promises to look the key up before it allocates: a repeat,
+    // which every unit makes at start-up, must stay a no-op also when memory is short.
     try {
-        factory.m_comThrowers.emplace(ComErrorKey{code, guid}, thrower);
+        factory.m_comThrowers.try_emplace(ComErrorKey{code, guid}, thrower);
     } catch (const std::bad_alloc&) {
         throw OutOfMemory(nullptr);
     }
 }
 
-void ExceptionFactory::Register(const wchar_t* name, ULONG code, ExceptionThrower thrower)
+void ExceptionFactory::Register(const wchar_t* name, unsigned code, ExceptionThrower thrower)
 {
     ExceptionFactory& factory = getExceptionFactoryInstance();
     try {
-        factory.m_namedThrowers.emplace(NamedErrorKey{name, code}, thrower);
+        factory.m_namedThrowers.try_emplace(NamedErrorKey{name, code}, thrower);
     } catch (const std::bad_alloc&) {
         throw OutOfMemory(nullptr);
     }
@@ -110,7 +112,7 @@ ExceptionThrower ExceptionFactory::FindComThrower(const GUID& guid, LONG code) c
     return found == m_comThrowers.end() ? nullptr : found->second;
 }
 
-ExceptionThrower ExceptionFactory::FindNamedThrower(const wchar_t* name, ULONG code) const noexcept
+ExceptionThrower ExceptionFactory::FindNamedThrower(const wchar_t* name, unsigned code) const noexcept
 {
     const auto found = m_namedThrowers.find(NamedErrorKey{name, code});
     return found == m_namedThrowers.end() ? nullptr : found->second;
