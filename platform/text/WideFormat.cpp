@@ -9,7 +9,8 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
-#include <string>
+#include <memory>
+#include <new>
 
 #include "TesselPlatform/Text.h"
 #include "text/Utf8Codec.h"
@@ -239,9 +240,14 @@ void PutNumber(OutputBuffer& out, const ConversionSpec& spec, const char* length
     // room for, at MB_LEN_MAX bytes each.
     const auto full = static_cast<std::size_t>(length);
     const std::size_t wanted = std::min(full, (out.Room() + 1) * MB_LEN_MAX);
-    std::string large(wanted + 1, '\0');
-    print(large.data(), large.size());
-    AppendNarrowNumber(out, large.data(), wanted);
+    // These functions have C linkage and report by status: without memory the text stops here.
+    const std::unique_ptr<char[]> large(new (std::nothrow) char[wanted + 1]);
+    if (!large) {
+        out.MarkOverflow();
+        return;
+    }
+    print(large.get(), wanted + 1);
+    AppendNarrowNumber(out, large.get(), wanted);
     if (wanted < full)
         out.MarkOverflow();
 }
