@@ -60,6 +60,25 @@ LONG LocateForRead(Hive& hive, const Target& target, KeyRecord& key)
     return status;
 }
 
+// Locates the key behind target under the hive's read lock and runs body(hive, key) once the
+// key's grant allows rights. A predefined key whose path doesn't exist yet answers absent.
+template <typename Body>
+LONG ReadKey(const Target& target, REGSAM rights, LONG absent, Body&& body)
+{
+    Hive& hive = Hive::Get(target.handle.hive);
+    return hive.Read([&]() -> LONG {
+        KeyRecord key;
+        const LONG result = LocateForRead(hive, target, key);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (!HandleAllows(target, key, rights))
+            return ERROR_ACCESS_DENIED;
+        if (key.id == 0)
+            return absent;
+        return body(hive, key);
+    });
+}
+
 } // namespace
 
 LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
@@ -80,18 +99,9 @@ LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserv
     if (status != ERROR_SUCCESS)
         return status;
     const std::string fold = FoldKey(name);
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Read([&]() -> LONG {
-        KeyRecord key;
-        LONG result = LocateForRead(hive, target, key);
-        if (result != ERROR_SUCCESS)
-            return result;
-        if (!HandleAllows(target, key, KEY_QUERY_VALUE))
-            return ERROR_ACCESS_DENIED;
-        if (key.id == 0)
-            return ERROR_FILE_NOT_FOUND;
+    return ReadKey(target, KEY_QUERY_VALUE, ERROR_FILE_NOT_FOUND, [&](Hive& hive, const KeyRecord& key) -> LONG {
         const ValueRecord* value = nullptr;
-        result = hive.Value(key.id, fold, value);
+        const LONG result = hive.Value(key.id, fold, value);
         return result != ERROR_SUCCESS ? result : CopyData(*value, lpType, lpData, lpcbData);
     });
 }
@@ -163,18 +173,9 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
         return ERROR_NO_MORE_ITEMS;
     if ((target.handle.access & KEY_ENUMERATE_SUB_KEYS) == 0)
         return ERROR_ACCESS_DENIED;
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Read([&]() -> LONG {
-        KeyRecord key;
-        LONG result = LocateForRead(hive, target, key);
-        if (result != ERROR_SUCCESS)
-            return result;
-        if (!HandleAllows(target, key, KEY_ENUMERATE_SUB_KEYS))
-            return ERROR_ACCESS_DENIED;
-        if (key.id == 0)
-            return ERROR_NO_MORE_ITEMS;
+    return ReadKey(target, KEY_ENUMERATE_SUB_KEYS, ERROR_NO_MORE_ITEMS, [&](Hive& hive, const KeyRecord& key) -> LONG {
         const SubKeyEntry* found = nullptr;
-        result = hive.SubKeyAt(key.id, dwIndex, found);
+        LONG result = hive.SubKeyAt(key.id, dwIndex, found);
         if (result != ERROR_SUCCESS)
             return result;
         const SubKeyEntry& entry = *found;
@@ -217,18 +218,9 @@ LSTATUS WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWO
         return ERROR_NO_MORE_ITEMS;
     if ((target.handle.access & KEY_QUERY_VALUE) == 0)
         return ERROR_ACCESS_DENIED;
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Read([&]() -> LONG {
-        KeyRecord key;
-        LONG result = LocateForRead(hive, target, key);
-        if (result != ERROR_SUCCESS)
-            return result;
-        if (!HandleAllows(target, key, KEY_QUERY_VALUE))
-            return ERROR_ACCESS_DENIED;
-        if (key.id == 0)
-            return ERROR_NO_MORE_ITEMS;
+    return ReadKey(target, KEY_QUERY_VALUE, ERROR_NO_MORE_ITEMS, [&](Hive& hive, const KeyRecord& key) -> LONG {
         std::shared_ptr<const ValueList> list;
-        result = hive.Values(key.id, list);
+        const LONG result = hive.Values(key.id, list);
         if (result != ERROR_SUCCESS)
             return result;
         if (dwIndex >= list->size())
@@ -260,16 +252,8 @@ LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, L
     Utf16 className;
     std::int64_t written = 0;
     std::size_t subKeys = 0, maxSubKey = 0, maxClass = 0, values = 0, maxValueName = 0, maxData = 0;
-    Hive& hive = Hive::Get(target.handle.hive);
-    const LONG result = IsPerformance(target) ? ERROR_SUCCESS : hive.Read([&]() -> LONG {
-        KeyRecord key;
-        LONG found = LocateForRead(hive, target, key);
-        if (found != ERROR_SUCCESS)
-            return found;
-        if (!HandleAllows(target, key, KEY_QUERY_VALUE))
-            return ERROR_ACCESS_DENIED;
-        if (key.id == 0)
-            return ERROR_SUCCESS;
+    const auto describe = [&](Hive& hive, const KeyRecord& key) -> LONG {
+        LONG found = ERROR_SUCCESS;
         // Only what the caller asks for: the class and the write time cost a query of the
         // database, the lists come from the cache. Walks of a tree ask for counts alone.
         if (lpcchClass != nullptr || lpftLastWriteTime != nullptr) {
@@ -300,7 +284,9 @@ LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, L
             }
         }
         return ERROR_SUCCESS;
-    });
+    };
+    // HKEY_PERFORMANCE_DATA describes itself as empty; so does a predefined key not made yet.
+    const LONG result = IsPerformance(target) ? ERROR_SUCCESS : ReadKey(target, KEY_QUERY_VALUE, ERROR_SUCCESS, describe);
     if (result != ERROR_SUCCESS)
         return result;
 
