@@ -329,7 +329,8 @@ void PersistRegistry::Remove(const wchar_t* subKey, bool recursive) const
     Validate(true);
     const LSTATUS result = recursive ? SHDeleteKeyW(GetKey(), subKey) : RegDeleteKeyW(GetKey(), subKey);
     if (result != ERROR_SUCCESS)
-        throw PersistencyFailed(L"%s emoval of key '%s' failed", recursive ? L"Recursive r" : L"R", subKey);
+        // The word and "emoval" join with nothing between: "Removal of…", "Recursive removal of…".
+        throw PersistencyFailed(L"%semoval of key '%s' failed", recursive ? L"Recursive r" : L"R", subKey);
 }
 
 } // namespace Tessel

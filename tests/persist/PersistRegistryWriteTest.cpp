@@ -101,9 +101,9 @@ TEST_F(PersistRegistryWrite, RemoveTakesSubKeysOnlyWhenAskedToRecurse)
     RawKey(L"Software\\PersistTest\\Single");
     m_raw.SetText(L"Single", L"a value of the same name");
 
-    // The word and the format are joined as they stand, space included.
+    // The message begins with the words "Removal" or "Recursive removal".
     ExpectRaises<Tessel::PersistencyFailed>([&] { m_registry.Remove(L"Tree", false); },
-                                            L"R emoval of key 'Tree' failed");
+                                            L"Removal of key 'Tree' failed");
     EXPECT_TRUE(m_raw.HasSubKey(L"Tree\\Leaf"));
     m_registry.Remove(L"Tree", true);
     EXPECT_FALSE(m_raw.HasSubKey(L"Tree"));
@@ -111,7 +111,7 @@ TEST_F(PersistRegistryWrite, RemoveTakesSubKeysOnlyWhenAskedToRecurse)
     EXPECT_FALSE(m_raw.HasSubKey(L"Single"));
     EXPECT_EQ(DWORD{REG_SZ}, m_raw.Stored(L"Single").first) << "values are not Remove's business";
     ExpectRaises<Tessel::PersistencyFailed>([&] { m_registry.Remove(L"Tree %s", true); },
-                                            L"Recursive r emoval of key 'Tree %s' failed");
+                                            L"Recursive removal of key 'Tree %s' failed");
 }
 
 } // namespace
