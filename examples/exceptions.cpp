@@ -3,7 +3,6 @@
 #include <KavorTesselUtils.h>
 
 #include <iostream>
-#include <string>
 
 using namespace Tessel;
 
@@ -29,14 +28,6 @@ public:
 
 const ExceptionRegistrar s_licenseExpired(GUID_NULL, LicenseExpired::Code, &ThrowFromRecord<LicenseExpired>);
 
-// The system's text ends with a line break, as on Windows.
-std::wstring OneLine(std::wstring text)
-{
-    while (!text.empty() && (text.back() == L'\n' || text.back() == L'\r'))
-        text.pop_back();
-    return text;
-}
-
 // A server's side: it fails, leaves a text for its caller, and returns only an HRESULT.
 HRESULT CheckLicense()
 {
@@ -61,7 +52,7 @@ int main()
         // A failed COM call gives a bare code; Throw raises the class registered for it.
         ExceptionFactory::Throw(GUID_NULL, E_ACCESSDENIED, nullptr, nullptr);
     } catch (const AccessDenied& e) {
-        std::wcout << L"AccessDenied: " << OneLine(GetCOMErrorMessage(e.GetComCode())) << L"\n";
+        std::wcout << L"AccessDenied: " << GetCOMErrorMessage(e.GetComCode()) << L"\n";
         ++caught;
     }
 

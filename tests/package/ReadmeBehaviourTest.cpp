@@ -22,11 +22,11 @@ namespace {
 // The test command generates the locales; elsewhere a machine may lack them.
 class ScopedLocale {
 public:
-    enum Scope { COnly, CAndCxx };
+    enum Scope { CTypeOnly, COnly, CAndCxx };
 
     ScopedLocale(const char* name, Scope scope)
     {
-        if (std::setlocale(LC_ALL, name) == nullptr)
+        if (std::setlocale(scope == CTypeOnly ? LC_CTYPE : LC_ALL, name) == nullptr)
             return;
         m_set = true;
         if (scope == CAndCxx)
@@ -56,7 +56,8 @@ std::wstring PartialParseText(int count, const std::wstring& text)
 
 // Checks the two ways a German locale breaks numbers: with setlocale alone the writer still
 // writes a point that the reader no longer takes; with the C++ global locale as well, a large
-// number is written with a thousands separator that the reader does not take either.
+// number is written with a thousands separator that the reader does not take either. The
+// character type alone leaves numbers as they are.
 TEST(ReadmeBehaviour, NumbersFollowTheProcessLocale)
 {
     struct Row {
@@ -66,6 +67,7 @@ TEST(ReadmeBehaviour, NumbersFollowTheProcessLocale)
         int parsed; // characters the reader takes; 0: the whole text converts
     };
     const Row rows[] = {
+        {ScopedLocale::CTypeOnly, 3.25, L"3.25", 0},
         {ScopedLocale::COnly, 3.25, L"3.25", 1},
         {ScopedLocale::CAndCxx, 3.25, L"3,25", 0},
         {ScopedLocale::CAndCxx, 1234.5, L"1.234,5", 1},
