@@ -46,12 +46,6 @@ private:
     bool m_set = false;
 };
 
-std::wstring PartialParseText(int count, const std::wstring& text)
-{
-    return L"Cannot parse whole string. Only first " + std::to_wstring(count) + L" chars are processed. '" + text +
-           L"'";
-}
-
 } // namespace
 
 // Checks the two ways a German locale breaks numbers: with setlocale alone the writer still
