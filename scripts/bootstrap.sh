@@ -3,12 +3,14 @@
 #   scripts/bootstrap.sh                 build and test on this system
 #   scripts/bootstrap.sh --windows       cross-build for Windows
 #   scripts/bootstrap.sh --unicode-data  Debian's copy of the Unicode data, for the case table check
+#   scripts/bootstrap.sh --clang         clang with its sanitizers and libFuzzer (ThreadSanitizer, fuzzers)
 set -euo pipefail
 
 packages=(cmake make g++ pkg-config libsqlite3-dev sqlite3 libgtest-dev libgmock-dev libbenchmark-dev locales)
 case "${1:-}" in
   --windows) packages=(cmake make g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64) ;;
   --unicode-data) packages=(unicode-data) ;;
+  --clang) packages=(clang) ;;
 esac
 
 sudo_cmd=""
