@@ -1,29 +1,15 @@
 // Runs arbitrary text through the registrar script engine, registering and then unregistering,
-// against a registry store of the fuzzer's own. A crash, a sanitizer report or a failed check
-// below is a finding.
+// against a registry store of the fuzzer's own: scripts may name any root, and the store is
+// cleared every so many runs. A crash, a sanitizer report or a failed check below is a finding.
 
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
 
-#include "TesselWin32.h"
+#include "FuzzSupport.h"
 #include "com/registrar/RegObject.h"
 
 namespace {
-
-// Scripts may name any root: the store lives in a directory that nobody else uses.
-void UseOwnStore()
-{
-    static const bool ready = [] {
-        char pattern[] = "/tmp/tessel-fuzz-XXXXXX";
-        if (mkdtemp(pattern) == nullptr)
-            std::abort();
-        setenv("TESSEL_REGISTRY_DIR", pattern, 1);
-        return true;
-    }();
-    (void)ready;
-}
 
 bool IsKnownFailure(HRESULT hr)
 {
@@ -35,16 +21,12 @@ bool IsKnownFailure(HRESULT hr)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    UseOwnStore();
-    // The first byte picks the replacements, the rest is the script in UTF-8.
-    const std::uint8_t choice = size > 0 ? data[0] : 0;
-    const std::string bytes(reinterpret_cast<const char*>(data) + (size > 0 ? 1 : 0), size > 0 ? size - 1 : 0);
-    const int length = MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
-    std::wstring script(static_cast<std::size_t>(length), L'\0');
-    if (length > 0)
-        MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), script.data(), length);
-    // Text after an embedded NUL is not part of the script.
-    script.resize(std::wcslen(script.c_str()));
+    Fuzz::UseOwnStore();
+    // The first byte picks the replacements, the rest is the script in UTF-8; text after an
+    // embedded NUL is not part of it.
+    Fuzz::Input input(data, size);
+    const std::uint8_t choice = input.Byte();
+    const std::wstring script = input.Rest();
 
     ATL::CRegObject registrar;
     if (registrar.FinalConstruct() != S_OK)

@@ -1,0 +1,34 @@
+// tessel-reg's command line: arbitrary arguments through the parser, and each argument through
+// the key-path parser. Only ToolError may leave the parser; a crash or a sanitizer report is a
+// finding. Arguments are separated by the byte 0x01.
+
+#include <cstdint>
+
+#include "CommandLine.h"
+#include "FuzzSupport.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    Fuzz::Input input(data, size);
+    std::vector<std::wstring> args;
+    while (!input.Empty() && args.size() < 16)
+        args.push_back(input.Piece());
+    try {
+        const Tessel::Reg::CommandLine command = Tessel::Reg::ParseCommandLine(args);
+        Tessel::Reg::UsageText(command.Command);
+    } catch (const Tessel::Reg::ToolError& error) {
+        if (error.Message().empty())
+            std::abort();
+    }
+    for (const std::wstring& arg : args) {
+        if (const auto path = Tessel::Reg::ParseKeyPath(arg)) {
+            // A parsed path names its root and has no stray separators at its ends.
+            if (path->Root == nullptr || (!path->SubKey.empty() && (path->SubKey.front() == L'\\' ||
+                                                                     path->SubKey.back() == L'\\')))
+                std::abort();
+            path->FullName();
+        }
+        Tessel::Reg::VerbFromName(arg);
+    }
+    return 0;
+}
