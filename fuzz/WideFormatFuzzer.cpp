@@ -129,7 +129,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             sizePrefix.clear();
         format += sizePrefix;
         format += conversion;
-        arguments[used++] = {kind, IntegerFrom(input), FloatingFrom(input)};
+        // "%%" with flags or a width is still a percent sign, and reads no argument.
+        if (conversion != L'%')
+            arguments[used++] = {kind, IntegerFrom(input), FloatingFrom(input)};
     }
 
     std::vector<wchar_t> buffer(room == 0 ? 1 : room, L'#');
