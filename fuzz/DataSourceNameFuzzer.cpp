@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "FuzzSupport.h"
-#include "KavorTesselUtils.h"
 
 namespace {
 
@@ -45,21 +44,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::wstring sub = input.Rest();
     if ((choice & 1) != 0)
         Tessel::ConfigReaderFactory::ForcePlatform((choice & 2) != 0 ? 32 : 64);
-    try {
+    Fuzz::Try([&] {
         const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(name);
         Walk(*reader, 0);
         if (!sub.empty())
             Walk(*reader->GetSubDataset(sub), 0);
-    } catch (const Tessel::ExceptionBase&) {
-    }
+    });
     if ((choice & 4) != 0) {
-        try {
+        Fuzz::Try([&] {
             const auto writer = Tessel::PersistentDataWriterFactory::GetInstance().GetPersistentDataWriter(name);
             writer->SetString(sub.empty() ? L"p" : sub, name);
             if (!sub.empty())
                 writer->GetSubDataset(sub);
-        } catch (const Tessel::ExceptionBase&) {
-        }
+        });
     }
     return 0;
 }

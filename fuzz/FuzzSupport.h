@@ -12,7 +12,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "TesselWin32.h"
+#include "KavorTesselUtils.h"
 
 namespace Fuzz {
 
@@ -60,6 +60,16 @@ inline std::wstring WideText(const std::uint8_t* data, std::size_t size)
                             length);
     text.resize(std::wcslen(text.c_str()));
     return text;
+}
+
+// Runs call; the library's own exceptions are answers, anything else is a finding.
+template <class Call>
+void Try(Call call)
+{
+    try {
+        call();
+    } catch (const Tessel::ExceptionBase&) {
+    }
 }
 
 // Reads the input from the front: single bytes for choices, the rest as text.

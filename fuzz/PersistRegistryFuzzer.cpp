@@ -5,35 +5,25 @@
 #include <cstdint>
 
 #include "FuzzSupport.h"
-#include "KavorTesselUtils.h"
 
 namespace {
-
-template <class Read>
-void Try(Read read)
-{
-    try {
-        read();
-    } catch (const Tessel::ExceptionBase&) {
-    }
-}
 
 void ReadEveryWay(const Tessel::PersistRegistry& registry, bool optional)
 {
     const wchar_t* const name = L"item";
-    Try([&] { LONG v; registry.Read(name, v, optional); });
-    Try([&] { ULONG v; registry.Read(name, v, optional); });
-    Try([&] { float v; registry.Read(name, v, optional); });
-    Try([&] { double v; registry.Read(name, v, optional); });
-    Try([&] { bool v; registry.Read(name, v, optional); });
-    Try([&] { std::vector<std::wstring> v; registry.Read(name, v, optional); });
+    Fuzz::Try([&] { LONG v; registry.Read(name, v, optional); });
+    Fuzz::Try([&] { ULONG v; registry.Read(name, v, optional); });
+    Fuzz::Try([&] { float v; registry.Read(name, v, optional); });
+    Fuzz::Try([&] { double v; registry.Read(name, v, optional); });
+    Fuzz::Try([&] { bool v; registry.Read(name, v, optional); });
+    Fuzz::Try([&] { std::vector<std::wstring> v; registry.Read(name, v, optional); });
     for (const bool expand : {false, true}) {
-        Try([&] { std::wstring v; registry.Read(name, v, expand, optional); });
-        Try([&] { wchar_t v[8]; registry.Read(name, v, 8, expand, optional); });
-        Try([&] { wchar_t v[300]; registry.Read(name, v, 300, expand, optional); });
+        Fuzz::Try([&] { std::wstring v; registry.Read(name, v, expand, optional); });
+        Fuzz::Try([&] { wchar_t v[8]; registry.Read(name, v, 8, expand, optional); });
+        Fuzz::Try([&] { wchar_t v[300]; registry.Read(name, v, 300, expand, optional); });
     }
-    Try([&] { unsigned char v[16]; registry.Read(name, v, 0, sizeof v, optional); });
-    Try([&] { unsigned char v[16]; registry.Read(name, v, 4, 8, optional); });
+    Fuzz::Try([&] { unsigned char v[16]; registry.Read(name, v, 0, sizeof v, optional); });
+    Fuzz::Try([&] { unsigned char v[16]; registry.Read(name, v, 4, 8, optional); });
 }
 
 } // namespace
@@ -48,9 +38,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<std::uint8_t> value = input.RestBytes();
     const auto access = (choice & 1) != 0 ? Tessel::ReadWrite : Tessel::ReadOnly;
 
-    Try([&] { Tessel::PersistRegistry opened(path.c_str(), access); });
+    Fuzz::Try([&] { Tessel::PersistRegistry opened(path.c_str(), access); });
     if ((choice & 2) != 0) {
-        Try([&] {
+        Fuzz::Try([&] {
             Tessel::PersistRegistry made;
             made.Create(path.c_str(), access, nullptr);
             Tessel::PersistRegistry child(made, sub.empty() ? nullptr : sub.c_str(), access);

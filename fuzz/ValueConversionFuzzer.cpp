@@ -6,7 +6,6 @@
 #include <functional>
 
 #include "FuzzSupport.h"
-#include "KavorTesselUtils.h"
 #include "common/Utf16Data.h"
 
 namespace {
@@ -22,34 +21,25 @@ void Prepare()
     RegCloseKey(key);
 }
 
-template <class Read>
-void Try(Read read)
-{
-    try {
-        read();
-    } catch (const Tessel::ExceptionBase&) {
-    }
-}
-
 template <class Reader>
 void ReadEveryWay(const Reader& reader)
 {
     const std::wstring p = L"p";
-    Try([&] { reader.GetInt(p); });
-    Try([&] { reader.GetIntList(p); });
-    Try([&] { reader.GetIntOr(p, 1); });
-    Try([&] { reader.GetIntListOr(p, {1}); });
-    Try([&] { reader.GetUInt(p); });
-    Try([&] { reader.GetUIntList(p); });
-    Try([&] { reader.GetDouble(p); });
-    Try([&] { reader.GetDoubleList(p); });
-    Try([&] { reader.GetDoubleOr(p, 1.5); });
-    Try([&] { reader.GetBool(p); });
-    Try([&] { reader.GetBoolList(p); });
-    Try([&] { reader.GetBoolOr(p, true); });
-    Try([&] { reader.GetString(p); });
-    Try([&] { reader.GetStringList(p); });
-    Try([&] { reader.GetStringOr(p, L"d"); });
+    Fuzz::Try([&] { reader.GetInt(p); });
+    Fuzz::Try([&] { reader.GetIntList(p); });
+    Fuzz::Try([&] { reader.GetIntOr(p, 1); });
+    Fuzz::Try([&] { reader.GetIntListOr(p, {1}); });
+    Fuzz::Try([&] { reader.GetUInt(p); });
+    Fuzz::Try([&] { reader.GetUIntList(p); });
+    Fuzz::Try([&] { reader.GetDouble(p); });
+    Fuzz::Try([&] { reader.GetDoubleList(p); });
+    Fuzz::Try([&] { reader.GetDoubleOr(p, 1.5); });
+    Fuzz::Try([&] { reader.GetBool(p); });
+    Fuzz::Try([&] { reader.GetBoolList(p); });
+    Fuzz::Try([&] { reader.GetBoolOr(p, true); });
+    Fuzz::Try([&] { reader.GetString(p); });
+    Fuzz::Try([&] { reader.GetStringList(p); });
+    Fuzz::Try([&] { reader.GetStringOr(p, L"d"); });
 }
 
 } // namespace
@@ -70,13 +60,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     RegSetValueExW(key, L"p", 0, type, bytes.empty() ? nullptr : bytes.data(), static_cast<DWORD>(bytes.size()));
     RegCloseKey(key);
 
-    Try([&] { ReadEveryWay(*Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kName)); });
-    Try([&] {
+    Fuzz::Try([&] { ReadEveryWay(*Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kName)); });
+    Fuzz::Try([&] {
         const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kName);
         reader->GetDoubleCoerced(L"p");
         reader->GetStringCoerced(L"p");
     });
     if ((choice & 16) != 0)
-        Try([&] { ReadEveryWay(*Tessel::PersistentDataWriterFactory::GetInstance().GetPersistentDataWriter(kName)); });
+        Fuzz::Try([&] { ReadEveryWay(*Tessel::PersistentDataWriterFactory::GetInstance().GetPersistentDataWriter(kName)); });
     return 0;
 }

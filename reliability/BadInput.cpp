@@ -261,21 +261,7 @@ ChildEnd RunCase(const Case& c, LONG& actual)
 // After all the cases the store must still answer, and its hive pass the integrity check.
 void CheckStoreWhole(const std::string& directory, Tally& tally)
 {
-    const ChildEnd end = RunChild(
-        [] {
-            HKEY key = nullptr;
-            DWORD value = 5, size = sizeof value;
-            if (RegCreateKeyExW(HKEY_CURRENT_USER, kKey, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) !=
-                    ERROR_SUCCESS ||
-                RegSetValueExW(key, L"after", 0, REG_DWORD, reinterpret_cast<BYTE*>(&value), size) != ERROR_SUCCESS)
-                return 1;
-            value = 0;
-            return RegQueryValueExW(key, L"after", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size) ==
-                               ERROR_SUCCESS && value == 5
-                       ? 0
-                       : 2;
-        },
-        60);
+    const ChildEnd end = RunChild([] { return WriteAndReadBack(kKey, 5); }, 60);
     tally.Check(end.Clean(), "the store takes writes after the bad input: " + end.Describe());
     for (const std::string& file : HiveFiles(directory))
         tally.Check(IntegrityCheck(file) == "ok", "integrity of " + file);

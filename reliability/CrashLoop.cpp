@@ -446,22 +446,7 @@ private:
     // A kill during a hive's making must leave a hive that the next process can write.
     void CheckHiveTakesWrites(long kill)
     {
-        const ChildEnd end = RunChild(
-            [] {
-                HKEY key = nullptr;
-                DWORD value = 7, size = sizeof value;
-                if (RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\AfterTheKill", 0, nullptr, 0, KEY_ALL_ACCESS,
-                                    nullptr, &key, nullptr) != ERROR_SUCCESS)
-                    return 1;
-                if (RegSetValueExW(key, L"v", 0, REG_DWORD, reinterpret_cast<BYTE*>(&value), size) != ERROR_SUCCESS)
-                    return 2;
-                value = 0;
-                return RegQueryValueExW(key, L"v", nullptr, nullptr, reinterpret_cast<BYTE*>(&value), &size) ==
-                               ERROR_SUCCESS && value == 7
-                           ? 0
-                           : 3;
-            },
-            60);
+        const ChildEnd end = RunChild([] { return WriteAndReadBack(L"Software\\AfterTheKill", 7); }, 60);
         m_tally.Check(end.Clean(),
                       "kill " + std::to_string(kill) + ": the next process can't use the hive: " + end.Describe());
     }

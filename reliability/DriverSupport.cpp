@@ -161,6 +161,25 @@ ChildEnd RunChild(const std::function<int()>& body, int timeoutSeconds)
     return WaitChild(child, timeoutSeconds);
 }
 
+int WriteAndReadBack(const wchar_t* keyPath, DWORD value)
+{
+    HKEY key = nullptr;
+    if (RegCreateKeyExW(HKEY_CURRENT_USER, keyPath, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) !=
+        ERROR_SUCCESS)
+        return 1;
+    DWORD read = ~value, size = sizeof read;
+    int failed = 0;
+    if (RegSetValueExW(key, L"written", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof value) !=
+        ERROR_SUCCESS)
+        failed = 2;
+    else if (RegQueryValueExW(key, L"written", nullptr, nullptr, reinterpret_cast<BYTE*>(&read), &size) !=
+                 ERROR_SUCCESS ||
+             read != value)
+        failed = 3;
+    RegCloseKey(key);
+    return failed;
+}
+
 std::string IntegrityCheck(const std::string& databaseFile)
 {
     sqlite3* db = nullptr;

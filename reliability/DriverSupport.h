@@ -78,6 +78,14 @@ ChildEnd RunChild(const std::function<int()>& body, int timeoutSeconds);
 // Waits for a child started elsewhere, killing it at the deadline.
 ChildEnd WaitChild(pid_t child, int timeoutSeconds);
 
+// Makes keyPath below HKCU, writes a REG_DWORD and reads it back: 0 when the store took it, else
+// the step that failed (1 make, 2 write, 3 read back). For a fresh process to show the store works.
+int WriteAndReadBack(const wchar_t* keyPath, DWORD value);
+
+// Makes keyPath below HKCU, writes a REG_DWORD and reads it back: 0 when the store took it, else
+// the step that failed (1 make, 2 write, 3 read back). For a fresh process to show the store works.
+int WriteAndReadBack(const wchar_t* keyPath, DWORD value);
+
 // SQLite's integrity check of a database file, opened read-only: "ok" when it holds.
 std::string IntegrityCheck(const std::string& databaseFile);
 
