@@ -32,8 +32,15 @@ inline void UseOwnStore(const std::function<void()>& prepare = {}, unsigned clea
     (void)ready;
     if (runs++ % clearEvery != 0)
         return;
-    // Every key below each stored root goes; the roots themselves can't.
+    // Every key below each stored root goes, and the roots' own values; the roots can't.
     for (const HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER, HKEY_USERS}) {
+        while (true) {
+            std::vector<wchar_t> name(16384);
+            DWORD length = static_cast<DWORD>(name.size());
+            if (RegEnumValueW(root, 0, name.data(), &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS ||
+                RegDeleteValueW(root, name.data()) != ERROR_SUCCESS)
+                break;
+        }
         std::vector<std::wstring> names;
         for (DWORD index = 0;; ++index) {
             wchar_t name[256];
