@@ -151,9 +151,13 @@ const VerbEntry& EntryOf(Verb verb)
     throw ToolError::Syntax();
 }
 
+// Options start with '-' or '/'; but a path of this system starts with '/' too, and one with a
+// second '/' in it ("/tmp/x.reg") is taken as the path it must be.
 bool LooksLikeOption(std::wstring_view arg)
 {
-    return arg.size() > 1 && (arg[0] == L'/' || arg[0] == L'-');
+    if (arg.size() < 2)
+        return false;
+    return arg[0] == L'-' || (arg[0] == L'/' && arg.find(L'/', 1) == std::wstring_view::npos);
 }
 
 // Finds the option an argument names; inlineArgument receives what follows '=' in "--type=X".
@@ -373,9 +377,14 @@ CommandLine ParseCommandLine(const std::vector<std::wstring>& args)
         return line;
 
     ParseState state;
+    bool optionsEnded = false;
     for (size_t i = 1; i < args.size(); ++i) {
         const std::wstring& arg = args[i];
-        if (!LooksLikeOption(arg)) {
+        if (arg == L"--" && !optionsEnded) {
+            optionsEnded = true;
+            continue;
+        }
+        if (optionsEnded || !LooksLikeOption(arg)) {
             line.Operands.push_back(arg);
             continue;
         }

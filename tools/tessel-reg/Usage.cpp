@@ -21,9 +21,10 @@ const wchar_t kToolUsage[] =
     L"  load, unload, flags  not supported on this system\n"
     L"\n"
     L"KEY is ROOT\\path, where ROOT is HKLM, HKCU, HKCR, HKU or HKCC, or the long form\n"
-    L"(HKEY_LOCAL_MACHINE, ...). FILE is a path of this system. Options take the /x form, also\n"
-    L"written -x, and a POSIX long form (--value); /reg:32 and /reg:64 choose the 32-bit or\n"
-    L"64-bit view of the registry for every command that takes a key.\n"
+    L"(HKEY_LOCAL_MACHINE, ...). Options take the /x form, also written -x, and a POSIX long\n"
+    L"form (--value); /reg:32 and /reg:64 choose the 32-bit or 64-bit view of the registry for\n"
+    L"every command that takes a key. FILE is a path of this system: one that starts with / is\n"
+    L"taken for an option unless it holds a second / (/tmp/x.reg), and -- ends the options.\n"
     L"Type \"tessel-reg COMMAND /?\" for what a command takes; \"man tessel-reg\" says more.\n";
 
 const wchar_t kViewOptions[] =
