@@ -71,17 +71,6 @@ std::wstring HexPairs(const std::vector<BYTE>& data)
     return text;
 }
 
-int HexDigitValue(wchar_t c)
-{
-    if (c >= L'0' && c <= L'9')
-        return c - L'0';
-    if (c >= L'a' && c <= L'f')
-        return c - L'a' + 10;
-    if (c >= L'A' && c <= L'F')
-        return c - L'A' + 10;
-    return -1;
-}
-
 // Decimal or 0x hex, nothing else: no sign, no spaces, no suffix, nothing above max.
 std::optional<std::uint64_t> ParseNumber(std::wstring_view text, std::uint64_t max)
 {

@@ -1,8 +1,7 @@
 // Reading .reg files. The whole file is checked here, before anyone acts on it: every failure is
 // a RegFileError with the physical line it was found on.
 
-#include <algorithm>
-
+#include "AsciiText.h"
 #include "Messages.h"
 #include "RegFile.h"
 #include "RegFileText.h"
@@ -39,17 +38,6 @@ bool StartsWithIgnoringCase(std::u16string_view text, std::u16string_view prefix
             return false;
     }
     return true;
-}
-
-int HexValue(char16_t c)
-{
-    if (c >= u'0' && c <= u'9')
-        return c - u'0';
-    if (c >= u'a' && c <= u'f')
-        return c - u'a' + 10;
-    if (c >= u'A' && c <= u'F')
-        return c - u'A' + 10;
-    return -1;
 }
 
 // Types whose data is UTF-16 text: in a REGEDIT4 file their hex data is 8-bit text instead.
@@ -233,7 +221,7 @@ private:
             Fail(Messages::RegFileBadDword());
         DWORD number = 0;
         for (const char16_t c : digits) {
-            const int digit = HexValue(c);
+            const int digit = HexDigitValue(c);
             if (digit < 0)
                 Fail(Messages::RegFileBadDword());
             number = (number << 4) | static_cast<DWORD>(digit);
@@ -255,7 +243,7 @@ private:
                 Fail(Messages::RegFileBadHexType(Shown(form)));
             DWORD type = 0;
             for (const char16_t c : form.substr(4, form.size() - 5)) {
-                const int digit = HexValue(c);
+                const int digit = HexDigitValue(c);
                 if (digit < 0)
                     Fail(Messages::RegFileBadHexType(Shown(form)));
                 type = (type << 4) | static_cast<DWORD>(digit);
@@ -300,11 +288,11 @@ private:
             while (length < rest.size() && rest[length] != u',' && !IsBlank(rest[length]))
                 ++length;
             const std::u16string_view item = rest.substr(0, length);
-            if (item.empty() || item.size() > 2 || HexValue(item[0]) < 0 ||
-                (item.size() == 2 && HexValue(item[1]) < 0))
+            if (item.empty() || item.size() > 2 || HexDigitValue(item[0]) < 0 ||
+                (item.size() == 2 && HexDigitValue(item[1]) < 0))
                 Fail(Messages::RegFileBadHexByte(Shown(item)));
-            data.push_back(static_cast<BYTE>(item.size() == 2 ? HexValue(item[0]) * 16 + HexValue(item[1])
-                                                              : HexValue(item[0])));
+            data.push_back(static_cast<BYTE>(item.size() == 2 ? HexDigitValue(item[0]) * 16 + HexDigitValue(item[1])
+                                                              : HexDigitValue(item[0])));
             rest = TrimBlanks(rest.substr(length));
             afterComma = !rest.empty() && rest.front() == u',';
             if (afterComma)
