@@ -38,14 +38,16 @@ void WriteBytes(const std::wstring& file, const std::string& bytes)
 
 class TreeCommands : public TesselRegCommands {
 protected:
-    // A: name=alpha, n=1, Sub\deep=x    B: NAME=alpha, n=2 (a number), Other
+    // A: name=alpha, n=1, Sub\deep=x, Only    B: NAME=alpha, n=2 (a number), SUB\deep=x, Other
     void MakeTwoTrees()
     {
         Add({kA, L"/v", L"name", L"/d", L"alpha"});
         Add({kA, L"/v", L"n", L"/d", L"1"});
         Add({kA + L"\\Sub", L"/v", L"deep", L"/d", L"x"});
+        Add({kA + L"\\Only"});
         Add({kB, L"/v", L"NAME", L"/d", L"alpha"});
         Add({kB, L"/v", L"n", L"/t", L"REG_DWORD", L"/d", L"2"});
+        Add({kB + L"\\SUB", L"/v", L"deep", L"/d", L"x"});
         Add({kB + L"\\Other"});
     }
 };
@@ -110,10 +112,12 @@ TEST_F(TreeCommands, CompareReportsEachSideAndTheVerdict)
                                  L"\nResult Compared: Different\n" + kDone);
 
     EXPECT_EQ(Run({L"compare", kA, kB, L"/s", L"/oa"}), 2);
+    // Sub-keys too match without regard to case.
     EXPECT_EQ(m_console.OutText, L"= " + kFullA + L"    name    REG_SZ    alpha\n"
                                  L"< " + kFullA + L"    n    REG_SZ    1\n"
                                  L"> " + kFullB + L"    n    REG_DWORD    0x2\n"
-                                 L"< " + kFullA + L"\\Sub\n"
+                                 L"< " + kFullA + L"\\Only\n"
+                                 L"= " + kFullA + L"\\Sub    deep    REG_SZ    x\n"
                                  L"> " + kFullB + L"\\Other\n"
                                  L"\nResult Compared: Different\n" + kDone);
 
@@ -167,8 +171,10 @@ TEST_F(TreeCommands, CopyAsksBeforeOverwritingEachValue)
     EXPECT_EQ(Stored(L"Software\\TesselRegTest\\B", L"n")->Type, REG_SZ);
 
     EXPECT_EQ(Run({L"copy", kA, kB, L"/s", L"/f"}), 0);
-    EXPECT_TRUE(KeyExists(L"Software\\TesselRegTest\\B\\Sub"));
+    EXPECT_TRUE(KeyExists(L"Software\\TesselRegTest\\B\\Only"));
     EXPECT_TRUE(KeyExists(L"Software\\TesselRegTest\\B\\Other"));
+    // The sub-key that B had under another case is the one written to.
+    EXPECT_EQ(Query({kB, L"/k", L"/f", L"sub"}), L"\n" + kFullB + L"\\SUB\n\nEnd of search: 1 match(es) found.\n");
 }
 
 TEST_F(TreeCommands, ExportThenImportRestoresTheTree)
