@@ -58,9 +58,13 @@ for name in "${targets[@]}"; do
     limit=(-runs="$runs")
   fi
   mkdir -p "$corpus"
+  dictionary=()
+  if [ -f "fuzz/$name.dict" ]; then
+    dictionary=(-dict="fuzz/$name.dict")
+  fi
   log="$findings/log"
   started=$SECONDS
-  if "$program" "${limit[@]}" -artifact_prefix="$findings/" -print_final_stats=1 \
+  if "$program" "${limit[@]}" "${dictionary[@]}" -artifact_prefix="$findings/" -print_final_stats=1 \
       "$corpus" "fuzz/corpus/$name" >"$log" 2>&1; then
     result=ok
   else

@@ -14,6 +14,7 @@ cmake --install "$build" --prefix "$prefix" >/dev/null
 
 # No LD_LIBRARY_PATH, no PATH, no store directory: the installed tool finds its libraries itself.
 tool="$prefix/bin/tessel-reg"
+env -i "$tool" --version | grep -q "KavorTesselUtils"
 env -i "$tool" /? >/dev/null
 env -i TESSEL_REGISTRY_DIR="$store" "$tool" add 'HKCU\Software\PackageCheck' /v Installed /d yes /f >/dev/null
 env -i TESSEL_REGISTRY_DIR="$store" "$tool" query 'HKCU\Software\PackageCheck' /v Installed | grep -q yes
