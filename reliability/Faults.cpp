@@ -99,7 +99,8 @@ struct Probe {
     }
 };
 
-// Runs the probe in a fresh process, as another user when asUser is set and this one is root.
+// Runs the probe in a fresh process; as the user nobody when asOtherUser is set and this process
+// is root, since root reads and writes whatever the modes say.
 Probe ProbeStore(bool asOtherUser)
 {
     int out[2];
@@ -219,10 +220,9 @@ private:
         Report("refused after " + std::to_string(result[0]) + " writes with status " + std::to_string(result[1]));
         Check(std::find(refusals.begin(), refusals.end(), result[1]) != refusals.end(),
               "the refusal's status is " + std::to_string(result[1]));
-        static int filled;
-        filled = result[0];
+        const int filled = result[0];
         const ChildEnd verify = RunChild(
-            [] { return VerifyValues(L"fill", filled, [](int) -> std::size_t { return 16384; }); }, 60);
+            [filled] { return VerifyValues(L"fill", filled, [](int) -> std::size_t { return 16384; }); }, 60);
         Check(verify.Clean(), "writes reported committed before the refusal: " + verify.Describe());
         ExpectSeedKept("after the refusal");
     }
