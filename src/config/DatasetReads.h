@@ -3,6 +3,7 @@
 // them.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -65,6 +66,17 @@ protected:
     {
         (m_dataset.*fetch)(name, value, required, true);
         return value;
+    }
+
+    // An Object, built from a location and the view flags, on each existing direct sub dataset,
+    // in the store's order.
+    template <class Object>
+    std::vector<std::shared_ptr<Interface>> OpenSubDatasets() const
+    {
+        std::vector<std::shared_ptr<Interface>> objects;
+        for (const std::wstring& name : m_dataset.EnumerateSubKeys())
+            objects.push_back(std::make_shared<Object>(m_dataset.SubDatasetLocation(name), m_regOverride));
+        return objects;
     }
 
     RegistryDataset m_dataset;

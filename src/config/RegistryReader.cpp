@@ -53,10 +53,7 @@ std::shared_ptr<IConfigReader> RegistryReader::GetSubDataset(const std::wstring&
 
 std::vector<std::shared_ptr<IConfigReader>> RegistryReader::GetSubDatasets() const
 {
-    std::vector<std::shared_ptr<IConfigReader>> readers;
-    for (const std::wstring& name : m_dataset.EnumerateSubKeys())
-        readers.push_back(std::make_shared<RegistryReader>(m_dataset.SubDatasetLocation(name), m_regOverride));
-    return readers;
+    return OpenSubDatasets<RegistryReader>();
 }
 
 std::wstring RegistryReader::GetDatasetName() const

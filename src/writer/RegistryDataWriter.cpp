@@ -56,10 +56,7 @@ std::shared_ptr<IPersistentDataWriter> RegistryDataWriter::GetSubDataset(const s
 
 std::vector<std::shared_ptr<IPersistentDataWriter>> RegistryDataWriter::GetSubDatasets() const
 {
-    std::vector<std::shared_ptr<IPersistentDataWriter>> writers;
-    for (const std::wstring& name : m_dataset.EnumerateSubKeys())
-        writers.push_back(std::make_shared<RegistryDataWriter>(m_dataset.SubDatasetLocation(name), m_regOverride));
-    return writers;
+    return OpenSubDatasets<RegistryDataWriter>();
 }
 
 void RegistryDataWriter::CreateSubDataset(const std::wstring& subName)
