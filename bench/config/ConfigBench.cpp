@@ -1,6 +1,7 @@
 // The reader's hot paths beside the raw registry calls that they make, measured in one run: a
-// factory open plus one read, a read on an open reader, a read of a missing parameter, and the
-// names of 1,000 sub-keys. "allocs" counts operator new per iteration.
+// factory open plus one read, reads on an open reader (a number parsed from text, a string and
+// a REG_DWORD, each beside the bare RegQueryValueExW of the same value), a read of a missing
+// parameter, and the names of 1,000 sub-keys. "allocs" counts operator new per iteration.
 
 #include <benchmark/benchmark.h>
 
@@ -20,6 +21,8 @@
 
 namespace {
 
+// Counted without a locked instruction: the benchmarks run on one thread, and the count must not
+// add its own cost to what it stands beside.
 std::atomic<long> g_allocations{0};
 
 } // namespace
@@ -27,7 +30,7 @@ std::atomic<long> g_allocations{0};
 // None of these is inlined, so that the compiler does not pair malloc and free with new and delete.
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    g_allocations.store(g_allocations.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     if (void* block = std::malloc(size == 0 ? 1 : size))
         return block;
     throw std::bad_alloc();
@@ -51,6 +54,8 @@ const std::wstring kManyLocation = kLocation + L"\\Many";
 constexpr int kManyCount = 1000;
 // Names built once: what a client pays to make its arguments is not the library's cost.
 const std::wstring kInt = L"Int";
+const std::wstring kText = L"Text";
+const std::wstring kNumber = L"Number";
 const std::wstring kMissing = L"Missing";
 
 // Reports allocations per iteration beside the time.
@@ -83,6 +88,9 @@ void Populate()
         std::abort();
     }
     SetText(key, L"Int", L"123456");
+    SetText(key, L"Text", L"C:\\Program Files\\Kavor\\Tessel\\data");
+    const DWORD number = 4000000000u;
+    RegSetValueExW(key, L"Number", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number);
     for (int i = 0; i < kManyCount; ++i) {
         const std::wstring name = std::wstring(kSubKey) + L"\\Many\\Entry" + std::to_wstring(i);
         HKEY child = nullptr;
@@ -142,6 +150,78 @@ void Library_GetInt(benchmark::State& state)
     AllocationCounter counter(state);
     for (auto _ : state)
         benchmark::DoNotOptimize(reader->GetInt(kInt));
+}
+
+// The raw query of the value alone, into a buffer the size of the library's: the floor that a
+// read on an open reader stands beside.
+void Raw_QueryString(benchmark::State& state)
+{
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
+    {
+        AllocationCounter counter(state);
+        for (auto _ : state) {
+            alignas(8) BYTE buffer[32600];
+            DWORD type = 0;
+            DWORD size = sizeof buffer;
+            benchmark::DoNotOptimize(RegQueryValueExW(key, kText.c_str(), nullptr, &type, buffer, &size));
+            benchmark::DoNotOptimize(buffer);
+        }
+    }
+    RegCloseKey(key);
+}
+
+// The same query with the std::wstring that a client of the raw call builds from it, as the
+// reader must: what is left beside this is the library's own path.
+void Raw_QueryStringAsText(benchmark::State& state)
+{
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
+    {
+        AllocationCounter counter(state);
+        for (auto _ : state) {
+            alignas(8) BYTE buffer[32600];
+            DWORD type = 0;
+            DWORD size = sizeof buffer;
+            if (RegQueryValueExW(key, kText.c_str(), nullptr, &type, buffer, &size) == ERROR_SUCCESS)
+                benchmark::DoNotOptimize(Tessel::Detail::WideTextFromUtf16(buffer, size));
+        }
+    }
+    RegCloseKey(key);
+}
+
+void Library_GetString(benchmark::State& state)
+{
+    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
+    AllocationCounter counter(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(reader->GetString(kText));
+}
+
+void Raw_QueryUInt(benchmark::State& state)
+{
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
+    {
+        AllocationCounter counter(state);
+        for (auto _ : state) {
+            DWORD number = 0;
+            DWORD type = 0;
+            DWORD size = sizeof number;
+            benchmark::DoNotOptimize(RegQueryValueExW(key, kNumber.c_str(), nullptr, &type,
+                                                      reinterpret_cast<BYTE*>(&number), &size));
+            benchmark::DoNotOptimize(number);
+        }
+    }
+    RegCloseKey(key);
+}
+
+void Library_GetUInt(benchmark::State& state)
+{
+    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
+    AllocationCounter counter(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(reader->GetUInt(kNumber));
 }
 
 void Raw_QueryMissing(benchmark::State& state)
@@ -232,6 +312,11 @@ BENCHMARK(Raw_OpenAndReadInt);
 BENCHMARK(Library_GetConfigReaderGetInt);
 BENCHMARK(Raw_ReadInt);
 BENCHMARK(Library_GetInt);
+BENCHMARK(Raw_QueryString);
+BENCHMARK(Raw_QueryStringAsText);
+BENCHMARK(Library_GetString);
+BENCHMARK(Raw_QueryUInt);
+BENCHMARK(Library_GetUInt);
 BENCHMARK(Raw_QueryMissing);
 BENCHMARK(Library_GetIntOrMissing);
 BENCHMARK(Library_GetIntMissingThrows);

@@ -74,17 +74,7 @@ struct RegistryDataset::TextValue {
     DWORD type;
 
     // Up to the first NUL or the end of the data, whichever comes first.
-    size_t UnitCount() const
-    {
-        const size_t units = size / 2;
-        for (size_t i = 0; i < units; ++i) {
-            if (bytes[2 * i] == 0 && bytes[2 * i + 1] == 0)
-                return i;
-        }
-        return units;
-    }
-
-    std::wstring Text() const { return WideFromUtf16(bytes, UnitCount() * 2); }
+    std::wstring Text() const { return WideTextFromUtf16(bytes, size); }
 };
 
 RegistryDataset::RegistryDataset(const std::wstring& location, ULONG regOverride, bool mustExist,
