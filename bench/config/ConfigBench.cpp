@@ -51,6 +51,7 @@ namespace {
 const wchar_t* const kSubKey = L"Software\\Kavor\\Tessel\\Bench";
 const std::wstring kLocation = L"HKLM\\Software\\Kavor\\Tessel\\Bench";
 const std::wstring kManyLocation = kLocation + L"\\Many";
+const std::wstring kManySubKey = std::wstring(kSubKey) + L"\\Many";
 constexpr int kManyCount = 1000;
 // Names built once: what a client pays to make its arguments is not the library's cost.
 const std::wstring kInt = L"Int";
@@ -73,6 +74,34 @@ private:
     benchmark::State& m_state;
     long m_start;
 };
+
+constexpr REGSAM kReadAccess = KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS;
+constexpr DWORD kTextCapacity = 32600; // the reader's buffer for one value
+
+// A key of the benchmark's tree, opened as a reader opens it, for the length of one benchmark.
+class OpenKey {
+public:
+    explicit OpenKey(const std::wstring& subKey = kSubKey)
+    {
+        RegOpenKeyExW(HKEY_LOCAL_MACHINE, subKey.c_str(), 0, kReadAccess, &m_key);
+    }
+    ~OpenKey() { RegCloseKey(m_key); }
+    OpenKey(const OpenKey&) = delete;
+    OpenKey& operator=(const OpenKey&) = delete;
+
+    HKEY Get() const { return m_key; }
+
+private:
+    HKEY m_key = nullptr;
+};
+
+// The bare query of a value into a buffer the size of the reader's, as the reader makes it.
+LONG QueryText(HKEY key, const std::wstring& name, BYTE (&buffer)[kTextCapacity], DWORD& type, DWORD& size)
+{
+    type = 0;
+    size = kTextCapacity;
+    return RegQueryValueExW(key, name.c_str(), nullptr, &type, buffer, &size);
+}
 
 void SetText(HKEY key, const wchar_t* name, const std::wstring& text)
 {
@@ -101,12 +130,12 @@ void Populate()
 }
 
 // What GetInt does underneath: one query into the fixed buffer, then the 32-bit parse.
-int RawQueryInt(HKEY key, const wchar_t* name)
+int RawQueryInt(HKEY key, const std::wstring& name)
 {
-    alignas(8) BYTE buffer[32600];
+    alignas(8) BYTE buffer[kTextCapacity];
     DWORD type = 0;
-    DWORD size = sizeof buffer;
-    if (RegQueryValueExW(key, name, nullptr, &type, buffer, &size) != ERROR_SUCCESS || type != REG_SZ)
+    DWORD size = 0;
+    if (QueryText(key, name, buffer, type, size) != ERROR_SUCCESS || type != REG_SZ)
         return -1;
     const std::wstring text = Tessel::Detail::WideFromUtf16(buffer, size >= 2 ? size - 2 : 0);
     wchar_t* end = nullptr;
@@ -117,10 +146,8 @@ void Raw_OpenAndReadInt(benchmark::State& state)
 {
     AllocationCounter counter(state);
     for (auto _ : state) {
-        HKEY key = nullptr;
-        RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
-        benchmark::DoNotOptimize(RawQueryInt(key, kInt.c_str()));
-        RegCloseKey(key);
+        const OpenKey key;
+        benchmark::DoNotOptimize(RawQueryInt(key.Get(), kInt));
     }
 }
 
@@ -134,14 +161,10 @@ void Library_GetConfigReaderGetInt(benchmark::State& state)
 
 void Raw_ReadInt(benchmark::State& state)
 {
-    HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
-    {
-        AllocationCounter counter(state);
-        for (auto _ : state)
-            benchmark::DoNotOptimize(RawQueryInt(key, kInt.c_str()));
-    }
-    RegCloseKey(key);
+    const OpenKey key;
+    AllocationCounter counter(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(RawQueryInt(key.Get(), kInt));
 }
 
 void Library_GetInt(benchmark::State& state)
@@ -156,38 +179,30 @@ void Library_GetInt(benchmark::State& state)
 // read on an open reader stands beside.
 void Raw_QueryString(benchmark::State& state)
 {
-    HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
-    {
-        AllocationCounter counter(state);
-        for (auto _ : state) {
-            alignas(8) BYTE buffer[32600];
-            DWORD type = 0;
-            DWORD size = sizeof buffer;
-            benchmark::DoNotOptimize(RegQueryValueExW(key, kText.c_str(), nullptr, &type, buffer, &size));
-            benchmark::DoNotOptimize(buffer);
-        }
+    const OpenKey key;
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        alignas(8) BYTE buffer[kTextCapacity];
+        DWORD type = 0;
+        DWORD size = 0;
+        benchmark::DoNotOptimize(QueryText(key.Get(), kText, buffer, type, size));
+        benchmark::DoNotOptimize(buffer);
     }
-    RegCloseKey(key);
 }
 
 // The same query with the std::wstring that a client of the raw call builds from it, as the
 // reader must: what is left beside this is the library's own path.
 void Raw_QueryStringAsText(benchmark::State& state)
 {
-    HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
-    {
-        AllocationCounter counter(state);
-        for (auto _ : state) {
-            alignas(8) BYTE buffer[32600];
-            DWORD type = 0;
-            DWORD size = sizeof buffer;
-            if (RegQueryValueExW(key, kText.c_str(), nullptr, &type, buffer, &size) == ERROR_SUCCESS)
-                benchmark::DoNotOptimize(Tessel::Detail::WideTextFromUtf16(buffer, size));
-        }
+    const OpenKey key;
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        alignas(8) BYTE buffer[kTextCapacity];
+        DWORD type = 0;
+        DWORD size = 0;
+        if (QueryText(key.Get(), kText, buffer, type, size) == ERROR_SUCCESS)
+            benchmark::DoNotOptimize(Tessel::Detail::WideTextFromUtf16(buffer, size));
     }
-    RegCloseKey(key);
 }
 
 void Library_GetString(benchmark::State& state)
@@ -200,20 +215,16 @@ void Library_GetString(benchmark::State& state)
 
 void Raw_QueryUInt(benchmark::State& state)
 {
-    HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
-    {
-        AllocationCounter counter(state);
-        for (auto _ : state) {
-            DWORD number = 0;
-            DWORD type = 0;
-            DWORD size = sizeof number;
-            benchmark::DoNotOptimize(RegQueryValueExW(key, kNumber.c_str(), nullptr, &type,
-                                                      reinterpret_cast<BYTE*>(&number), &size));
-            benchmark::DoNotOptimize(number);
-        }
+    const OpenKey key;
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        DWORD number = 0;
+        DWORD type = 0;
+        DWORD size = sizeof number;
+        benchmark::DoNotOptimize(RegQueryValueExW(key.Get(), kNumber.c_str(), nullptr, &type,
+                                                  reinterpret_cast<BYTE*>(&number), &size));
+        benchmark::DoNotOptimize(number);
     }
-    RegCloseKey(key);
 }
 
 void Library_GetUInt(benchmark::State& state)
@@ -226,18 +237,14 @@ void Library_GetUInt(benchmark::State& state)
 
 void Raw_QueryMissing(benchmark::State& state)
 {
-    HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSubKey, 0, KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
-    {
-        AllocationCounter counter(state);
-        for (auto _ : state) {
-            alignas(8) BYTE buffer[32600];
-            DWORD type = 0;
-            DWORD size = sizeof buffer;
-            benchmark::DoNotOptimize(RegQueryValueExW(key, kMissing.c_str(), nullptr, &type, buffer, &size));
-        }
+    const OpenKey key;
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        alignas(8) BYTE buffer[kTextCapacity];
+        DWORD type = 0;
+        DWORD size = 0;
+        benchmark::DoNotOptimize(QueryText(key.Get(), kMissing, buffer, type, size));
     }
-    RegCloseKey(key);
 }
 
 void Library_GetIntOrMissing(benchmark::State& state)
@@ -264,36 +271,31 @@ void Library_GetIntMissingThrows(benchmark::State& state)
 
 void Raw_EnumerateSubKeys(benchmark::State& state)
 {
-    HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, (std::wstring(kSubKey) + L"\\Many").c_str(), 0,
-                  KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS, &key);
-    {
-        AllocationCounter counter(state);
-        for (auto _ : state) {
-            // The same calls as the library: the count again at every index, so that a key that
-            // changes during the walk is followed.
-            std::vector<std::wstring> names;
-            DWORD count = 0;
-            DWORD longest = 0;
-            RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr, nullptr,
-                             nullptr, nullptr);
-            names.reserve(count);
-            std::vector<wchar_t> buffer;
-            for (DWORD index = 0; index < count; ++index) {
-                DWORD current = 0;
-                RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &current, &longest, nullptr, nullptr, nullptr,
-                                 nullptr, nullptr, nullptr);
-                buffer.resize(longest + 2);
-                DWORD capacity = longest + 1;
-                FILETIME lastWrite;
-                if (RegEnumKeyExW(key, index, buffer.data(), &capacity, nullptr, nullptr, nullptr, &lastWrite) ==
-                    ERROR_SUCCESS)
-                    names.emplace_back(buffer.data(), capacity);
-            }
-            benchmark::DoNotOptimize(names.data());
+    const OpenKey key(kManySubKey);
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        // The same calls as the library: the count again at every index, so that a key that
+        // changes during the walk is followed.
+        std::vector<std::wstring> names;
+        DWORD count = 0;
+        DWORD longest = 0;
+        RegQueryInfoKeyW(key.Get(), nullptr, nullptr, nullptr, &count, &longest, nullptr, nullptr, nullptr, nullptr,
+                         nullptr, nullptr);
+        names.reserve(count);
+        std::vector<wchar_t> buffer;
+        for (DWORD index = 0; index < count; ++index) {
+            DWORD current = 0;
+            RegQueryInfoKeyW(key.Get(), nullptr, nullptr, nullptr, &current, &longest, nullptr, nullptr, nullptr,
+                             nullptr, nullptr, nullptr);
+            buffer.resize(longest + 2);
+            DWORD capacity = longest + 1;
+            FILETIME lastWrite;
+            if (RegEnumKeyExW(key.Get(), index, buffer.data(), &capacity, nullptr, nullptr, nullptr, &lastWrite) ==
+                ERROR_SUCCESS)
+                names.emplace_back(buffer.data(), capacity);
         }
+        benchmark::DoNotOptimize(names.data());
     }
-    RegCloseKey(key);
 }
 
 void Library_GetSubDatasetNames(benchmark::State& state)
@@ -325,13 +327,7 @@ BENCHMARK(Library_GetSubDatasetNames);
 
 } // namespace
 
-// Runs against a scratch store unless TESSEL_REGISTRY_DIR names one.
 int main(int argc, char** argv)
 {
-    const TesselBench::ScratchStore store;
-    Populate();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return TesselBench::RunOnScratchStore(argc, argv, Populate);
 }
