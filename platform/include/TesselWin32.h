@@ -14,6 +14,8 @@
 #  include <comcat.h>
 #  include <oleauto.h>
 #  include <shlwapi.h>
+// The loader calls DllMain's detach before the module's static objects end: nothing to mark.
+#  define TESSEL_OUTLIVES_LOAD_HOOK
 #else
 #  include "TesselPlatform/Types.h"
 #  include "TesselPlatform/Errors.h"

@@ -24,6 +24,13 @@ typedef INT_PTR(WINAPI* FARPROC)();
 #  define ERROR_BAD_EXE_FORMAT 193L
 #endif
 
+// Marks the definition of a static object that a module's DLL_PROCESS_DETACH work uses. On
+// Windows the loader calls DllMain's detach before the module's static objects end; here the load
+// hook that stands in for DllMain is a static object itself, so objects with this mark are made
+// before, and end after, every static object without it, whatever the order in which the
+// module's units are linked.
+#define TESSEL_OUTLIVES_LOAD_HOOK __attribute__((init_priority(1000)))
+
 #define DLL_PROCESS_DETACH 0
 #define DLL_PROCESS_ATTACH 1
 #define DLL_THREAD_ATTACH 2
