@@ -103,6 +103,41 @@ LONG QueryText(HKEY key, const std::wstring& name, BYTE (&buffer)[kTextCapacity]
     return RegQueryValueExW(key, name.c_str(), nullptr, &type, buffer, &size);
 }
 
+// The query of one value on an open key, as often as the benchmark asks, with what use does with
+// its status and data.
+template <class Use>
+void RunQuery(benchmark::State& state, const std::wstring& name, Use use)
+{
+    const OpenKey key;
+    AllocationCounter counter(state);
+    for (auto _ : state) {
+        alignas(8) BYTE buffer[kTextCapacity];
+        DWORD type = 0;
+        DWORD size = 0;
+        const LONG status = QueryText(key.Get(), name, buffer, type, size);
+        use(status, buffer, size);
+    }
+}
+
+// The query alone: its status and bytes are kept from the optimiser, and nothing more is done.
+void RunBareQuery(benchmark::State& state, const std::wstring& name)
+{
+    RunQuery(state, name, [](LONG status, BYTE* buffer, DWORD) {
+        benchmark::DoNotOptimize(status);
+        benchmark::DoNotOptimize(buffer);
+    });
+}
+
+// One read on a reader opened once, as often as the benchmark asks.
+template <class Read>
+void RunOnOpenReader(benchmark::State& state, Read read)
+{
+    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
+    AllocationCounter counter(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(read(*reader));
+}
+
 void SetText(HKEY key, const wchar_t* name, const std::wstring& text)
 {
     const std::vector<BYTE> data = Tessel::Detail::Utf16FromWide(text, true);
@@ -169,48 +204,29 @@ void Raw_ReadInt(benchmark::State& state)
 
 void Library_GetInt(benchmark::State& state)
 {
-    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
-    AllocationCounter counter(state);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(reader->GetInt(kInt));
+    RunOnOpenReader(state, [](const Tessel::IConfigReader& reader) { return reader.GetInt(kInt); });
 }
 
 // The raw query of the value alone, into a buffer the size of the library's: the floor that a
 // read on an open reader stands beside.
 void Raw_QueryString(benchmark::State& state)
 {
-    const OpenKey key;
-    AllocationCounter counter(state);
-    for (auto _ : state) {
-        alignas(8) BYTE buffer[kTextCapacity];
-        DWORD type = 0;
-        DWORD size = 0;
-        benchmark::DoNotOptimize(QueryText(key.Get(), kText, buffer, type, size));
-        benchmark::DoNotOptimize(buffer);
-    }
+    RunBareQuery(state, kText);
 }
 
 // The same query with the std::wstring that a client of the raw call builds from it, as the
 // reader must: what is left beside this is the library's own path.
 void Raw_QueryStringAsText(benchmark::State& state)
 {
-    const OpenKey key;
-    AllocationCounter counter(state);
-    for (auto _ : state) {
-        alignas(8) BYTE buffer[kTextCapacity];
-        DWORD type = 0;
-        DWORD size = 0;
-        if (QueryText(key.Get(), kText, buffer, type, size) == ERROR_SUCCESS)
+    RunQuery(state, kText, [](LONG status, const BYTE* buffer, DWORD size) {
+        if (status == ERROR_SUCCESS)
             benchmark::DoNotOptimize(Tessel::Detail::WideTextFromUtf16(buffer, size));
-    }
+    });
 }
 
 void Library_GetString(benchmark::State& state)
 {
-    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
-    AllocationCounter counter(state);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(reader->GetString(kText));
+    RunOnOpenReader(state, [](const Tessel::IConfigReader& reader) { return reader.GetString(kText); });
 }
 
 void Raw_QueryUInt(benchmark::State& state)
@@ -229,30 +245,17 @@ void Raw_QueryUInt(benchmark::State& state)
 
 void Library_GetUInt(benchmark::State& state)
 {
-    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
-    AllocationCounter counter(state);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(reader->GetUInt(kNumber));
+    RunOnOpenReader(state, [](const Tessel::IConfigReader& reader) { return reader.GetUInt(kNumber); });
 }
 
 void Raw_QueryMissing(benchmark::State& state)
 {
-    const OpenKey key;
-    AllocationCounter counter(state);
-    for (auto _ : state) {
-        alignas(8) BYTE buffer[kTextCapacity];
-        DWORD type = 0;
-        DWORD size = 0;
-        benchmark::DoNotOptimize(QueryText(key.Get(), kMissing, buffer, type, size));
-    }
+    RunBareQuery(state, kMissing);
 }
 
 void Library_GetIntOrMissing(benchmark::State& state)
 {
-    const auto reader = Tessel::ConfigReaderFactory::GetInstance().GetConfigReader(kLocation);
-    AllocationCounter counter(state);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(reader->GetIntOr(kMissing, 7));
+    RunOnOpenReader(state, [](const Tessel::IConfigReader& reader) { return reader.GetIntOr(kMissing, 7); });
 }
 
 // The throw and its narrow text are the price here, not the store.
