@@ -61,10 +61,11 @@ protected:
     using Fetch = void (RegistryDataset::*)(const std::wstring&, T&, bool, bool) const;
 
     // A required read starts from a value-initialised result, an optional one from the default.
-    template <class T>
-    T Read(Fetch<T> fetch, const std::wstring& name, T value, bool required) const
+    // The fetch is a template argument, so that the read path makes a direct call.
+    template <class T, Fetch<T> kFetch>
+    T Read(const std::wstring& name, T value, bool required) const
     {
-        (m_dataset.*fetch)(name, value, required, true);
+        (m_dataset.*kFetch)(name, value, required, true);
         return value;
     }
 

@@ -173,7 +173,8 @@ bool RegistryDataset::FetchText(const std::wstring& name, DWORD expectedType, bo
     LONG status = QueryText(name, text);
     if (status == ERROR_SUCCESS && text.type != expectedType)
         status = ERROR_INVALID_DATATYPE;
-    return CheckValueResult(status, name, required, strict);
+    // The common case without a call: CheckValueResult has work only for a failure.
+    return status == ERROR_SUCCESS || CheckValueResult(status, name, required, strict);
 }
 
 LONG RegistryDataset::QueryNumber(const std::wstring& name, unsigned int& number) const
@@ -202,7 +203,8 @@ void RegistryDataset::FetchString(const std::wstring& name, std::wstring& value,
 void RegistryDataset::FetchUInt(const std::wstring& name, unsigned int& value, bool required, bool strict) const
 {
     unsigned int number = 0;
-    if (CheckValueResult(QueryNumber(name, number), name, required, strict))
+    const LONG status = QueryNumber(name, number);
+    if (status == ERROR_SUCCESS || CheckValueResult(status, name, required, strict))
         value = number;
 }
 
