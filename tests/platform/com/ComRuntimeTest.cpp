@@ -119,10 +119,10 @@ TEST_F(ComApartment, InterfaceTableHandsOutWhatWasRegistered)
 // its surrogate pair.
 TEST_F(ComApartment, CategoryDescriptionIsStoredAsUtf16)
 {
-    ICatRegister* categories = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_StdComponentCategoriesMgr, nullptr, CLSCTX_INPROC_SERVER, IID_ICatRegister,
-                               reinterpret_cast<void**>(&categories)),
+    void* object = nullptr;
+    ASSERT_EQ(CoCreateInstance(CLSID_StdComponentCategoriesMgr, nullptr, CLSCTX_INPROC_SERVER, IID_ICatRegister, &object),
               S_OK);
+    ICatRegister* categories = static_cast<ICatRegister*>(object);
     CATEGORYINFO info = {{0x0BADF00D, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}}, 0x1F, {}};
     std::wcscpy(info.szDescription, L"\u00E4\U0001F600");
     ASSERT_EQ(categories->RegisterCategories(1, &info), S_OK);
