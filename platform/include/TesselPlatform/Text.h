@@ -1,7 +1,6 @@
 // The runtime's and the system's text functions in their Windows forms: the secure CRT
 // formatters with the Windows reading of %s (wide) and %S (narrow), code-page conversion
-// (the ANSI code pages are UTF-8 here), environment expansion, critical sections and the
-// thread's last error.
+// (the ANSI code pages are UTF-8 here) and environment expansion.
 #pragma once
 
 #include <cerrno>
@@ -34,11 +33,6 @@
 
 // What _wcsicmp and _wcsnicmp give for a null argument, with errno EINVAL.
 #define _NLSCMPERROR 2147483647
-
-typedef struct _RTL_CRITICAL_SECTION {
-    void* Impl;         // the platform's recursive mutex, made by InitializeCriticalSection
-    LONG RecursionCount; // how often the owning thread has entered
-} CRITICAL_SECTION, *LPCRITICAL_SECTION, *PCRITICAL_SECTION;
 
 TESSEL_EXTERN_C_BEGIN
 
@@ -79,16 +73,6 @@ TESSEL_PLATFORM_API int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, L
 // Names are case-sensitive, as the environment is here; an unknown %NAME% and "%%" stay as
 // they are. Gives the characters written or needed, the terminator included.
 TESSEL_PLATFORM_API DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR destination, DWORD size);
-
-// Re-entrant: the owning thread may enter again and leaves as often as it entered.
-TESSEL_PLATFORM_API void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API BOOL WINAPI TryEnterCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section);
-
-TESSEL_PLATFORM_API DWORD WINAPI GetLastError(void);
-TESSEL_PLATFORM_API void WINAPI SetLastError(DWORD code);
 
 TESSEL_EXTERN_C_END
 

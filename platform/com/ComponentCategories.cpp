@@ -2,7 +2,6 @@
 // below HKEY_CLASSES_ROOT, in the layout that Windows uses, so that registration scripts and
 // tools see the same tree on both systems.
 
-#include <atomic>
 #include <cwchar>
 #include <string>
 #include <vector>
@@ -10,35 +9,42 @@
 #include "TesselPlatform/ComRuntime.h"
 #include "TesselPlatform/Registry.h"
 #include "TesselPlatform/Text.h"
-#include "comruntime/ComObjects.h"
+#include "com/ComObjects.h"
+#include "com/RefCounted.h"
+#include "text/Utf16Codec.h"
 
 namespace {
 
+using TesselPlatform::Com::Implements;
+using TesselPlatform::Com::Lifetime;
+using TesselPlatform::Com::RefCounted;
+
+// A GUID in braces with its terminator.
+constexpr int kGuidTextSize = 39;
+
 std::wstring GuidText(REFGUID guid)
 {
-    wchar_t text[40];
-    swprintf_s(text, 40, L"{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", guid.Data1, guid.Data2, guid.Data3,
-               guid.Data4[0], guid.Data4[1], guid.Data4[2], guid.Data4[3], guid.Data4[4], guid.Data4[5],
-               guid.Data4[6], guid.Data4[7]);
+    wchar_t text[kGuidTextSize];
+    StringFromGUID2(guid, text, kGuidTextSize);
     return text;
 }
 
-// Registry data is UTF-16LE whatever the width of wchar_t.
+// Registry data is UTF-16LE whatever the width of wchar_t; the terminator goes with it. A character
+// that UTF-16 cannot carry stands as U+FFFD.
 std::vector<BYTE> Utf16Bytes(const wchar_t* text)
 {
     std::vector<BYTE> bytes;
-    auto put = [&bytes](unsigned unit) {
+    auto put = [&bytes](char16_t unit) {
         bytes.push_back(static_cast<BYTE>(unit & 0xFF));
         bytes.push_back(static_cast<BYTE>(unit >> 8));
     };
+    char16_t units[2];
     for (; *text != L'\0'; ++text) {
-        const auto code = static_cast<unsigned long>(*text);
-        if (code > 0xFFFF) {
-            put(0xD800 + ((code - 0x10000) >> 10));
-            put(0xDC00 + ((code - 0x10000) & 0x3FF));
-        } else {
-            put(static_cast<unsigned>(code));
-        }
+        std::size_t count = TesselPlatform::Text::EncodeUtf16(static_cast<char32_t>(*text), units);
+        if (count == 0)
+            count = TesselPlatform::Text::EncodeUtf16(TesselPlatform::Text::kReplacementCharacter, units);
+        for (std::size_t i = 0; i < count; ++i)
+            put(units[i]);
     }
     put(0);
     return bytes;
@@ -66,28 +72,9 @@ HRESULT DeleteTree(const std::wstring& path)
     return status == ERROR_FILE_NOT_FOUND ? S_OK : FromStatus(status);
 }
 
-class CategoryManager final : public ICatRegister {
+class CategoryManager final
+    : public RefCounted<Lifetime::DeleteAtLastRelease, Implements<ICatRegister, IID_ICatRegister>> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override
-    {
-        if (ppvObject == nullptr)
-            return E_POINTER;
-        if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_ICatRegister)) {
-            *ppvObject = static_cast<ICatRegister*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *ppvObject = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        const ULONG left = --m_references;
-        if (left == 0)
-            delete this;
-        return left;
-    }
 
     // Component Categories\{catid} holds the description under the locale's number in hex.
     HRESULT STDMETHODCALLTYPE RegisterCategories(ULONG cCategories, CATEGORYINFO rgCategoryInfo[]) override
@@ -143,37 +130,36 @@ public:
         return UnRegisterClassCategories(rclsid, L"\\Required Categories\\", cCategories, rgcatid);
     }
 
-    ~CategoryManager() = default;
+    ~CategoryManager() override = default;
 
 private:
+    // Creates (or, for the unregistering calls, removes) the key of each category below the class's
+    // key of that kind. The kind's own key stays, empty or not: removing it is the registering
+    // module's business.
+    static HRESULT ForEachClassCategory(HRESULT (*action)(const std::wstring&), REFCLSID rclsid, const wchar_t* kind,
+                                        ULONG count, CATID catids[])
+    {
+        if (count > 0 && catids == nullptr)
+            return E_POINTER;
+        for (ULONG i = 0; i < count; ++i) {
+            if (HRESULT hr = action(L"CLSID\\" + GuidText(rclsid) + kind + GuidText(catids[i])); FAILED(hr))
+                return hr;
+        }
+        return S_OK;
+    }
     static HRESULT RegisterClassCategories(REFCLSID rclsid, const wchar_t* kind, ULONG count, CATID catids[])
     {
-        if (count > 0 && catids == nullptr)
-            return E_POINTER;
-        for (ULONG i = 0; i < count; ++i) {
-            if (HRESULT hr = CreateKey(L"CLSID\\" + GuidText(rclsid) + kind + GuidText(catids[i])); FAILED(hr))
-                return hr;
-        }
-        return S_OK;
+        return ForEachClassCategory(&CreateKey, rclsid, kind, count, catids);
     }
-    // The kind's own key stays, empty or not: removing it is the registering module's business.
     static HRESULT UnRegisterClassCategories(REFCLSID rclsid, const wchar_t* kind, ULONG count, CATID catids[])
     {
-        if (count > 0 && catids == nullptr)
-            return E_POINTER;
-        for (ULONG i = 0; i < count; ++i) {
-            if (HRESULT hr = DeleteTree(L"CLSID\\" + GuidText(rclsid) + kind + GuidText(catids[i])); FAILED(hr))
-                return hr;
-        }
-        return S_OK;
+        return ForEachClassCategory(&DeleteTree, rclsid, kind, count, catids);
     }
-
-    std::atomic<ULONG> m_references{1};
 };
 
 } // namespace
 
-namespace TesselCom {
+namespace TesselPlatform::Com {
 
 HRESULT CreateCategoryManager(REFIID riid, void** ppv)
 {
@@ -183,4 +169,4 @@ HRESULT CreateCategoryManager(REFIID riid, void** ppv)
     return hr;
 }
 
-} // namespace TesselCom
+} // namespace TesselPlatform::Com

@@ -3,7 +3,7 @@
 
 #include <pthread.h>
 
-#include "TesselPlatform/Text.h"
+#include "TesselPlatform/System.h"
 
 namespace {
 
@@ -28,6 +28,16 @@ void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION section)
     pthread_mutexattr_destroy(&attributes);
     section->Impl = mutex;
     section->RecursionCount = 0;
+}
+
+BOOL WINAPI InitializeCriticalSectionEx(LPCRITICAL_SECTION section, DWORD, DWORD)
+{
+    if (section == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    InitializeCriticalSection(section);
+    return TRUE;
 }
 
 void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section)

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "TesselPlatform/ComRuntime.h"
-#include "comruntime/ComObjects.h"
+#include "com/ComObjects.h"
 
 extern "C" {
 
@@ -70,11 +70,11 @@ HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwCl
     if (pUnkOuter != nullptr)
         return CLASS_E_NOAGGREGATION;
     if (IsEqualCLSID(rclsid, CLSID_GlobalOptions))
-        return TesselCom::GetGlobalOptions(riid, ppv);
+        return TesselPlatform::Com::GetGlobalOptions(riid, ppv);
     if (IsEqualCLSID(rclsid, CLSID_StdGlobalInterfaceTable))
-        return TesselCom::GetGlobalInterfaceTable(riid, ppv);
+        return TesselPlatform::Com::GetGlobalInterfaceTable(riid, ppv);
     if (IsEqualCLSID(rclsid, CLSID_StdComponentCategoriesMgr))
-        return TesselCom::CreateCategoryManager(riid, ppv);
+        return TesselPlatform::Com::CreateCategoryManager(riid, ppv);
     return REGDB_E_CLASSNOTREG;
 }
 

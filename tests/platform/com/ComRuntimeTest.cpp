@@ -115,6 +115,66 @@ TEST_F(ComApartment, InterfaceTableHandsOutWhatWasRegistered)
     table->Release();
 }
 
+// Checks that a description reaches the store as UTF-16, a character beyond the basic plane as
+// its surrogate pair.
+TEST_F(ComApartment, CategoryDescriptionIsStoredAsUtf16)
+{
+    void* object = nullptr;
+    ASSERT_EQ(CoCreateInstance(CLSID_StdComponentCategoriesMgr, nullptr, CLSCTX_INPROC_SERVER, IID_ICatRegister, &object),
+              S_OK);
+    ICatRegister* categories = static_cast<ICatRegister*>(object);
+    CATEGORYINFO info = {{0x0BADF00D, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}}, 0x1F, {}};
+    std::wcscpy(info.szDescription, L"\u00E4\U0001F600");
+    ASSERT_EQ(categories->RegisterCategories(1, &info), S_OK);
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"Component Categories\\{0BADF00D-0001-0002-0304-05060708090A}", 0,
+                            KEY_READ, &key),
+              ERROR_SUCCESS);
+    BYTE data[16] = {};
+    DWORD size = sizeof data;
+    EXPECT_EQ(RegQueryValueExW(key, L"1f", nullptr, nullptr, data, &size), ERROR_SUCCESS);
+    const BYTE expected[] = {0xE4, 0x00, 0x3D, 0xD8, 0x00, 0xDE, 0x00, 0x00};
+    ASSERT_EQ(size, sizeof expected);
+    EXPECT_EQ(std::memcmp(data, expected, sizeof expected), 0);
+    RegCloseKey(key);
+    categories->UnRegisterCategories(1, &info.catid);
+    categories->Release();
+}
+
+// Checks the identity and counting rules on each system class: IUnknown and the class's own
+// interface lead to one object, other interfaces are refused, and every reference counts.
+TEST_F(ComApartment, SystemObjectsFollowTheIdentityAndCountingRules)
+{
+    struct Case {
+        const char* what;
+        const CLSID* clsid;
+        const IID* iid;
+    };
+    const Case cases[] = {
+        {"global options", &CLSID_GlobalOptions, &IID_IGlobalOptions},
+        {"interface table", &CLSID_StdGlobalInterfaceTable, &IID_IGlobalInterfaceTable},
+        {"category manager", &CLSID_StdComponentCategoriesMgr, &IID_ICatRegister},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.what);
+        IUnknown* own = nullptr;
+        ASSERT_EQ(CoCreateInstance(*row.clsid, nullptr, CLSCTX_INPROC_SERVER, *row.iid,
+                                   reinterpret_cast<void**>(&own)),
+                  S_OK);
+        IUnknown* identity = nullptr;
+        ASSERT_EQ(own->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity)), S_OK);
+        EXPECT_EQ(identity, own);
+        void* other = &identity;
+        EXPECT_EQ(own->QueryInterface(IID_IErrorInfo, &other), E_NOINTERFACE);
+        EXPECT_EQ(other, nullptr);
+        EXPECT_EQ(own->QueryInterface(*row.iid, nullptr), E_POINTER);
+        const ULONG afterAddRef = own->AddRef();
+        EXPECT_EQ(own->Release(), afterAddRef - 1);
+        identity->Release();
+        own->Release();
+    }
+}
+
 TEST_F(ComApartment, CategoryManagerWritesTheCategoryKeys)
 {
     ICatRegister* categories = nullptr;

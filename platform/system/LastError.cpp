@@ -1,6 +1,6 @@
 // The thread's last-error code. Implementation here must contain only generic UNIX code.
 
-#include "TesselPlatform/Text.h"
+#include "TesselPlatform/System.h"
 
 namespace {
 thread_local DWORD t_lastError = ERROR_SUCCESS;

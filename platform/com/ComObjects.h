@@ -4,10 +4,10 @@
 
 #include "TesselPlatform/ComRuntime.h"
 
-namespace TesselCom {
+namespace TesselPlatform::Com {
 
 HRESULT GetGlobalOptions(REFIID riid, void** ppv);
 HRESULT GetGlobalInterfaceTable(REFIID riid, void** ppv);
 HRESULT CreateCategoryManager(REFIID riid, void** ppv);
 
-} // namespace TesselCom
+} // namespace TesselPlatform::Com

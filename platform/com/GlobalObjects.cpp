@@ -1,31 +1,21 @@
 // The two objects of which a process has one: the global options and the global interface table.
 // They live for the whole process; AddRef and Release only count.
 
-#include <atomic>
 #include <map>
 #include <mutex>
 
 #include "TesselPlatform/ComRuntime.h"
-#include "comruntime/ComObjects.h"
+#include "com/ComObjects.h"
+#include "com/RefCounted.h"
 
 namespace {
 
-class GlobalOptions final : public IGlobalOptions {
+using TesselPlatform::Com::Implements;
+using TesselPlatform::Com::Lifetime;
+using TesselPlatform::Com::RefCounted;
+
+class GlobalOptions final : public RefCounted<Lifetime::Process, Implements<IGlobalOptions, IID_IGlobalOptions>> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override
-    {
-        if (ppvObject == nullptr)
-            return E_POINTER;
-        if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IGlobalOptions)) {
-            *ppvObject = static_cast<IGlobalOptions*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *ppvObject = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-    ULONG STDMETHODCALLTYPE Release() override { return --m_references; }
 
     // Any number is kept for the exception option, so that a caller's choice can be read back
     // as it was given; Windows documents only 0, 1 and 2.
@@ -49,30 +39,16 @@ public:
         return S_OK;
     }
 
-    ~GlobalOptions() = default;
+    ~GlobalOptions() override = default;
 
 private:
-    std::atomic<ULONG> m_references{1};
     std::mutex m_mutex;
     std::map<int, ULONG_PTR> m_values;
 };
 
-class GlobalInterfaceTable final : public IGlobalInterfaceTable {
+class GlobalInterfaceTable final
+    : public RefCounted<Lifetime::Process, Implements<IGlobalInterfaceTable, IID_IGlobalInterfaceTable>> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override
-    {
-        if (ppvObject == nullptr)
-            return E_POINTER;
-        if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IGlobalInterfaceTable)) {
-            *ppvObject = static_cast<IGlobalInterfaceTable*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *ppvObject = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-    ULONG STDMETHODCALLTYPE Release() override { return --m_references; }
 
     // One process, one apartment model here: the registered pointer itself is handed out
     // again, with no proxy between.
@@ -115,10 +91,9 @@ public:
         return found->second->QueryInterface(riid, ppv);
     }
 
-    ~GlobalInterfaceTable() = default;
+    ~GlobalInterfaceTable() override = default;
 
 private:
-    std::atomic<ULONG> m_references{1};
     std::mutex m_mutex;
     std::map<DWORD, IUnknown*> m_entries;
     DWORD m_nextCookie = 0x100;
@@ -139,7 +114,7 @@ GlobalInterfaceTable& TheGlobalInterfaceTable()
 
 } // namespace
 
-namespace TesselCom {
+namespace TesselPlatform::Com {
 
 HRESULT GetGlobalOptions(REFIID riid, void** ppv)
 {
@@ -151,4 +126,4 @@ HRESULT GetGlobalInterfaceTable(REFIID riid, void** ppv)
     return TheGlobalInterfaceTable().QueryInterface(riid, ppv);
 }
 
-} // namespace TesselCom
+} // namespace TesselPlatform::Com

@@ -1,34 +1,16 @@
-// The helpers of a module's start and end: thread notices (which this system never sends), the
-// lock made at start-up, and the debugger's output channel.
+// The debugger's side of the system: whether one is attached, and its output channel.
+// Implementation here must contain only code for systems with a /proc/self/status that names the
+// tracer (Linux).
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
-#include "TesselPlatform/Module.h"
-#include "module/ModuleInternal.h"
+#include "TesselPlatform/System.h"
+#include "text/Utf8Strings.h"
 
 extern "C" {
-
-BOOL WINAPI DisableThreadLibraryCalls(HMODULE hLibModule)
-{
-    if (hLibModule == nullptr) {
-        SetLastError(ERROR_INVALID_HANDLE);
-        return FALSE;
-    }
-    return TRUE;
-}
-
-BOOL WINAPI InitializeCriticalSectionEx(LPCRITICAL_SECTION section, DWORD, DWORD)
-{
-    if (section == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return FALSE;
-    }
-    InitializeCriticalSection(section);
-    return TRUE;
-}
 
 BOOL WINAPI IsDebuggerPresent(void)
 {
@@ -51,7 +33,7 @@ void WINAPI OutputDebugStringW(LPCWSTR lpOutputString)
 {
     if (lpOutputString == nullptr || !IsDebuggerPresent())
         return;
-    const std::string text = TesselModule::ToUtf8(lpOutputString);
+    const std::string text = TesselPlatform::Text::ToUtf8(lpOutputString);
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
