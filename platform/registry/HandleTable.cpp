@@ -4,8 +4,9 @@
 
 #include <mutex>
 #include <new>
+#include <pthread.h>
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 namespace {
 
@@ -22,6 +23,27 @@ HandleTable& HandleTable::Instance()
     // Never destroyed: handles may still be closed from other threads' static destructors.
     static HandleTable* table = new HandleTable();
     return *table;
+}
+
+// Registered when the library loads, so that no fork can come between a first call and this.
+const int HandleTable::s_forkHandlers =
+    pthread_atfork(HandleTable::LockForFork, HandleTable::UnlockInParent, HandleTable::ResetInChild);
+
+void HandleTable::LockForFork()
+{
+    Instance().m_lock.lock();
+}
+
+void HandleTable::UnlockInParent()
+{
+    Instance().m_lock.unlock();
+}
+
+// A rwlock taken for writing can only be released by the thread id that took it, and the
+// child's thread has a new one: the child gets a fresh lock instead.
+void HandleTable::ResetInChild()
+{
+    new (&Instance().m_lock) std::shared_mutex();
 }
 
 HKEY HandleTable::Insert(const KeyHandle& handle)
@@ -87,4 +109,4 @@ bool HandleTable::Remove(HKEY key)
     return true;
 }
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

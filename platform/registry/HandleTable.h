@@ -3,14 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <new>
 #include <shared_mutex>
 #include <vector>
 
-#include "TesselPlatform/Registry.h"
-#include "registry/Hive.h"
+#include "registry/Records.h"
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 struct KeyHandle {
     HiveId hive = HiveId::Machine;
@@ -28,18 +26,17 @@ public:
     bool Find(HKEY key, KeyHandle& out) const;
     bool Remove(HKEY key);
 
-    void LockForFork() { m_lock.lock(); }
-    void UnlockInParent() { m_lock.unlock(); }
-    // A rwlock taken for writing can only be released by the thread id that took it, and the
-    // child's thread has a new one: the child gets a fresh lock instead.
-    void ResetInChild() { new (&m_lock) std::shared_mutex(); }
-
 private:
     struct Slot {
         std::uint32_t generation = 0;
         bool used = false;
         KeyHandle handle;
     };
+
+    static void LockForFork();
+    static void UnlockInParent();
+    static void ResetInChild();
+    static const int s_forkHandlers;
 
     bool Decode(HKEY key, std::size_t& index) const;
 
@@ -48,4 +45,4 @@ private:
     std::vector<std::uint32_t> m_free;
 };
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

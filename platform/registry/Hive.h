@@ -1,53 +1,20 @@
-// A hive: one database file, the connection this process keeps to it, and a cache of what was
-// read, checked against the database's change stamp at the start of every call. The key-level
-// operations here run only inside Read or Write, which hold the hive's lock.
+// A hive: one database file, the connection this process keeps to it, the lock that serialises
+// this process's use of it, its transactions, and a cache of what was read, checked against the
+// database's change stamp at the start of every call. The key-level operations here run only
+// inside Read or Write, which hold the hive's lock.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
-#include "TesselPlatform/Errors.h"
-#include "TesselPlatform/Registry.h"
 #include "registry/Database.h"
-#include "registry/RegistryText.h"
+#include "registry/HiveCache.h"
+#include "registry/Records.h"
 
-namespace TesselRegistry {
-
-enum class HiveId { Machine, User, Users };
-constexpr int HiveCount = 3;
-
-// The id of every hive's root key.
-constexpr std::int64_t RootKeyId = 1;
-
-struct KeyRecord {
-    std::int64_t id = 0;
-    std::int64_t parent = 0;
-    REGSAM access = 0; // what the key grants: the stand-in for its security descriptor
-    int depth = 0;     // levels below the hive root
-};
-
-struct ValueRecord {
-    DWORD type = REG_NONE;
-    std::string data;
-};
-
-struct SubKeyEntry {
-    Utf16 name;
-    Utf16 className;
-    std::int64_t id = 0; // for its last-write time, which few callers ask for
-};
-
-struct ValueEntry {
-    Utf16 name;
-    ValueRecord value;
-};
-
-using SubKeyList = std::vector<SubKeyEntry>;
-using ValueList = std::vector<ValueEntry>;
+namespace TesselPlatform::Registry {
 
 class Hive {
 public:
@@ -106,45 +73,26 @@ public:
     LONG Subtree(std::int64_t key, std::vector<KeyRecord>& out);
     LONG SetAccess(std::int64_t key, REGSAM granted);
 
-    // Fork handling: before a fork every connection is closed under the lock, so that neither
-    // side inherits SQLite's per-process lock bookkeeping for a file it has open.
-    static void LockAllForFork();
-    static void UnlockAllAfterFork();
-
 private:
     explicit Hive(HiveId id) : m_id(id) {}
     static Hive* const* All();
-
-    struct Cache {
-        std::unordered_map<std::int64_t, KeyRecord> keys;    // id 0 in the record: deleted
-        std::unordered_map<std::string, KeyRecord> children; // parent id + fold; id 0: no such child
-        std::unordered_map<std::string, ValueRecord> values; // key id + fold
-        std::unordered_map<std::string, bool> missingValues; // key id + fold known to have no value
-        std::unordered_map<std::int64_t, std::shared_ptr<const SubKeyList>> subKeys;
-        std::unordered_map<std::int64_t, std::shared_ptr<const ValueList>> valueLists;
-
-        std::size_t dataBytes = 0; // value data held, which entries alone don't bound
-
-        std::size_t Size() const;
-        void Clear();
-    };
+    static void LockAllForFork();
+    static void UnlockAllAfterFork();
+    static const int s_forkHandlers;
 
     LONG BeginRead();
     LONG BeginWrite(bool create);
     LONG EndWrite(LONG status);
-    LONG Open(bool create);
-    const std::string& Path();
-    LONG Fail(int result) const { return StatusFromSqlite(result, m_writing); }
+    LONG Open(Database::OpenFor purpose);
 
     const HiveId m_id;
     std::mutex m_lock;
     std::string m_path; // fixed at first use in the process
     std::unique_ptr<Database> m_database;
-    Cache m_cache;
-    ChangeStamp m_stamp;       // the database as it was when the cache was started
-    bool m_stampValid = false; // m_stamp describes the cache's contents
+    HiveCache m_cache;
+    ChangeStamp m_stamp;        // the database as it was when the cache was started
+    bool m_stampValid = false;  // m_stamp describes the cache's contents
     bool m_cacheUsable = false; // this call may read and fill the cache
-    bool m_writing = false;
     std::string m_cacheKey;     // the last lookup's cache key, its buffer reused by the next
     ValueRecord m_scratchValue; // a value read past the cache
     SubKeyEntry m_scratchSubKey; // a sub-key read past the cache
@@ -153,4 +101,4 @@ private:
     DWORD m_lastEnumeratedIndex = 0;
 };
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

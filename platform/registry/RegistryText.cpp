@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 namespace {
 
@@ -131,4 +131,4 @@ void CopyToWide(const Utf16& name, wchar_t* buffer)
     buffer[out] = L'\0';
 }
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

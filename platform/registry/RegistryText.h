@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 using Utf16 = std::u16string;
 
@@ -37,4 +37,4 @@ std::size_t WideLength(const Utf16& name);
 // Writes the name and a terminator; the buffer must hold WideLength(name) + 1 units.
 void CopyToWide(const Utf16& name, wchar_t* buffer);
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry
