@@ -2,7 +2,6 @@
 
 #include "registry/HandleTable.h"
 
-#include <mutex>
 #include <new>
 #include <pthread.h>
 
@@ -25,30 +24,25 @@ HandleTable& HandleTable::Instance()
     return *table;
 }
 
-// Registered when the library loads, so that no fork can come between a first call and this.
+// The table is locked across a fork, so that the child's copy is never caught halfway through a
+// change; both sides release the lock after it. Registered when the library loads, so that no
+// fork can come between a first call and this.
 const int HandleTable::s_forkHandlers =
-    pthread_atfork(HandleTable::LockForFork, HandleTable::UnlockInParent, HandleTable::ResetInChild);
+    pthread_atfork(HandleTable::LockForFork, HandleTable::UnlockAfterFork, HandleTable::UnlockAfterFork);
 
 void HandleTable::LockForFork()
 {
     Instance().m_lock.lock();
 }
 
-void HandleTable::UnlockInParent()
+void HandleTable::UnlockAfterFork()
 {
     Instance().m_lock.unlock();
 }
 
-// A rwlock taken for writing can only be released by the thread id that took it, and the
-// child's thread has a new one: the child gets a fresh lock instead.
-void HandleTable::ResetInChild()
-{
-    new (&Instance().m_lock) std::shared_mutex();
-}
-
 HKEY HandleTable::Insert(const KeyHandle& handle)
 {
-    std::unique_lock<std::shared_mutex> guard(m_lock);
+    std::lock_guard<std::mutex> guard(m_lock);
     std::uint32_t index;
     try {
         if (!m_free.empty()) {
@@ -86,7 +80,7 @@ bool HandleTable::Decode(HKEY key, std::size_t& index) const
 
 bool HandleTable::Find(HKEY key, KeyHandle& out) const
 {
-    std::shared_lock<std::shared_mutex> guard(m_lock);
+    std::lock_guard<std::mutex> guard(m_lock);
     std::size_t index;
     if (!Decode(key, index))
         return false;
@@ -96,7 +90,7 @@ bool HandleTable::Find(HKEY key, KeyHandle& out) const
 
 bool HandleTable::Remove(HKEY key)
 {
-    std::unique_lock<std::shared_mutex> guard(m_lock);
+    std::lock_guard<std::mutex> guard(m_lock);
     std::size_t index;
     if (!Decode(key, index))
         return false;

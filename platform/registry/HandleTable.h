@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <shared_mutex>
+#include <mutex>
 #include <vector>
 
 #include "registry/Records.h"
@@ -34,13 +34,14 @@ private:
     };
 
     static void LockForFork();
-    static void UnlockInParent();
-    static void ResetInChild();
+    static void UnlockAfterFork();
     static const int s_forkHandlers;
 
     bool Decode(HKEY key, std::size_t& index) const;
 
-    mutable std::shared_mutex m_lock;
+    // A plain mutex, not a reader-writer lock: the child of a fork must be able to release what
+    // the forking thread took, and POSIX defines that only for mutexes.
+    mutable std::mutex m_lock;
     std::vector<Slot> m_slots;
     std::vector<std::uint32_t> m_free;
 };
