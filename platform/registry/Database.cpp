@@ -141,23 +141,28 @@ LONG Database::Open(const std::string& path, OpenFor purpose, std::unique_ptr<Da
     if (result == SQLITE_OK) {
         sqlite3_extended_result_codes(connection, 0);
         sqlite3_busy_timeout(connection, 10000);
+        // The WAL files stay beside the hive when the last connection closes: a user who may
+        // read the hive but not write its directory can't make them, and needs them to read.
+        int persist = 1;
+        sqlite3_file_control(connection, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
         // NORMAL in WAL mode: a killed process loses nothing committed; a power cut may lose the
-        // last commits but never corrupts the file.
-        result = sqlite3_exec(connection, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+        // last commits but never corrupts the file. A WAL that a checkpoint has emptied is cut
+        // back to a few megabytes, and to nothing when the last connection closes.
+        result = sqlite3_exec(connection, "PRAGMA synchronous=NORMAL; PRAGMA journal_size_limit=4194304", nullptr,
+                              nullptr, nullptr);
     }
     int version = 0;
     if (result == SQLITE_OK)
         result = ReadSchemaVersion(connection, version);
+    // A file without a schema is a hive that another process is still making: none yet.
+    if (result == SQLITE_OK && version == 0 && !create)
+        return ERROR_FILE_NOT_FOUND;
     if (result == SQLITE_OK && version == 0)
-        result = create ? CreateSchema(connection) : SQLITE_CANTOPEN;
+        result = CreateSchema(connection);
     else if (result == SQLITE_OK && version != SchemaVersion)
         result = SQLITE_NOTADB;
-    if (result != SQLITE_OK) {
-        // A file whose schema isn't committed yet is a hive still being made: empty for now.
-        if (!create && result == SQLITE_CANTOPEN)
-            return ERROR_FILE_NOT_FOUND;
+    if (result != SQLITE_OK)
         return StatusFromSqlite(result, purpose != OpenFor::Reading);
-    }
     // The schema check above read through the WAL, so SQLite has mapped and checked its index:
     // what we map now is a live header, not what a past process left in the file.
     database->MapHeader();

@@ -49,19 +49,21 @@ LONG Hive::Open(Database::OpenFor purpose)
         return ERROR_SUCCESS;
     if (m_path.empty())
         m_path = HivePath(m_id);
-    if (purpose == Database::OpenFor::Creating)
+    if (purpose == Database::OpenFor::Creating) {
         MakeHiveDirectory(m_id, m_path);
+    } else {
+        // No file: the hive reads as an empty root until its first write makes it.
+        const LONG found = FindHiveFile(m_path);
+        if (found != ERROR_SUCCESS)
+            return found == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : found;
+    }
     const LONG status = Database::Open(m_path, purpose, m_database);
     m_cache.Clear();
     m_stampValid = false;
-    // No hive yet: it reads as an empty root until its first write makes it.
+    // A file that another process is still giving its schema is no hive yet either.
     if (status == ERROR_FILE_NOT_FOUND)
         return ERROR_SUCCESS;
-    // A hive this user may not make, such as the machine hive of an ordinary user, is refused
-    // as Windows refuses it.
-    if (status == ERROR_CANTOPEN && DirectoryRefusesWrites(m_path))
-        return ERROR_ACCESS_DENIED;
-    return status;
+    return status == ERROR_CANTOPEN ? WhyHiveWontOpen(m_path) : status;
 }
 
 LONG Hive::BeginRead()

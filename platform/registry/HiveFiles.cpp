@@ -69,9 +69,33 @@ void MakeHiveDirectory(HiveId id, const std::string& path)
     }
 }
 
-bool DirectoryRefusesWrites(const std::string& path)
+LONG FindHiveFile(const std::string& path)
 {
-    return access(DirectoryOf(path).c_str(), W_OK) != 0 && errno == EACCES;
+    struct stat info{};
+    if (stat(path.c_str(), &info) == 0)
+        return ERROR_SUCCESS;
+    return errno == EACCES ? ERROR_ACCESS_DENIED : ERROR_FILE_NOT_FOUND;
+}
+
+LONG WhyHiveWontOpen(const std::string& path)
+{
+    const auto refused = [](const std::string& file, int mode) { return access(file.c_str(), mode) != 0 && errno == EACCES; };
+    struct stat info{};
+    if (stat(path.c_str(), &info) != 0) {
+        // Not there: it was to be made, in a directory that refuses us, or its directory is missing.
+        return errno == EACCES || refused(DirectoryOf(path), W_OK) ? ERROR_ACCESS_DENIED : ERROR_CANTOPEN;
+    }
+    if (S_ISDIR(info.st_mode))
+        return ERROR_CANTOPEN;
+    if (refused(path, R_OK))
+        return ERROR_ACCESS_DENIED;
+    // A reader needs the WAL files: readable where they are, or made beside the hive.
+    for (const char* suffix : {"-wal", "-shm"}) {
+        const std::string companion = path + suffix;
+        if (stat(companion.c_str(), &info) == 0 ? refused(companion, R_OK) : refused(DirectoryOf(path), W_OK))
+            return ERROR_ACCESS_DENIED;
+    }
+    return ERROR_CANTOPEN;
 }
 
 } // namespace TesselPlatform::Registry

@@ -17,7 +17,15 @@ std::string HivePath(HiveId id);
 // A directory that can't be made shows when the database can't be opened.
 void MakeHiveDirectory(HiveId id, const std::string& path);
 
-// Whether the file system refuses this user the making of files beside path.
-bool DirectoryRefusesWrites(const std::string& path);
+// Whether a hive file is there to open: ERROR_SUCCESS, ERROR_FILE_NOT_FOUND when there is none
+// (the hive reads as empty until its first write), or ERROR_ACCESS_DENIED when the file system
+// won't say.
+LONG FindHiveFile(const std::string& path);
+
+// Why the hive file at path, or the files SQLite keeps beside it (its "-wal" and "-shm"), could
+// not be opened or made: ERROR_ACCESS_DENIED where the file system refuses this user, and
+// ERROR_CANTOPEN for anything else, such as a directory where the file should be. An existing
+// hive that can't be opened must never look empty.
+LONG WhyHiveWontOpen(const std::string& path);
 
 } // namespace TesselPlatform::Registry

@@ -24,6 +24,10 @@ const char kSchema[] =
     " type INTEGER NOT NULL, data BLOB NOT NULL, written INTEGER NOT NULL, PRIMARY KEY(key, fold)) WITHOUT ROWID;"
     "CREATE UNIQUE INDEX value_order ON value(key, seq);";
 
+// How long a hive's making waits for another process to let go, as the busy handler does.
+constexpr int kBusyMilliseconds = 10000;
+constexpr int kRetryMilliseconds = 2;
+
 int Exec(sqlite3* connection, const std::string& sql)
 {
     if (const int failure = InjectedFailure())
@@ -52,8 +56,16 @@ int ReadSchemaVersion(sqlite3* connection, int& version)
 int CreateSchema(sqlite3* connection)
 {
     // The journal mode sticks to the file; set it before the schema so that even the first
-    // transaction goes through the WAL.
-    int result = Exec(connection, "PRAGMA journal_mode=WAL");
+    // transaction goes through the WAL. Processes racing to make one hive all get here, and
+    // the switch answers SQLITE_BUSY without calling the busy handler: wait here instead, as
+    // long as the busy handler would.
+    int result = SQLITE_BUSY;
+    for (int waited = 0; waited < kBusyMilliseconds && (result == SQLITE_BUSY || result == SQLITE_LOCKED);
+         waited += kRetryMilliseconds) {
+        if (waited != 0)
+            sqlite3_sleep(kRetryMilliseconds);
+        result = Exec(connection, "PRAGMA journal_mode=WAL");
+    }
     if (result != SQLITE_OK)
         return result;
     result = Exec(connection, "BEGIN IMMEDIATE");
