@@ -6,6 +6,7 @@
 #include "registry/Database.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstring>
 #include <ctime>
 
@@ -27,7 +28,12 @@ int InjectedFailure()
         return 0;
     if (g_failureCountdown.fetch_sub(1) != 1)
         return 0;
-    return g_failureResult.exchange(0);
+    const int result = g_failureResult.exchange(0);
+    if (result >= 0)
+        return result;
+    // The process stops here, in the middle of whatever it was doing, for a test to kill it.
+    raise(SIGSTOP);
+    return 0;
 }
 
 void InjectFailure(int result, DWORD nth)
@@ -151,18 +157,33 @@ LONG Database::Open(const std::string& path, OpenFor purpose, std::unique_ptr<Da
         result = sqlite3_exec(connection, "PRAGMA synchronous=NORMAL; PRAGMA journal_size_limit=4194304", nullptr,
                               nullptr, nullptr);
     }
+    if (result == SQLITE_OK)
+        result = AllowChanges(connection);
     int version = 0;
     if (result == SQLITE_OK)
         result = ReadSchemaVersion(connection, version);
     // A file without a schema is a hive that another process is still making: none yet.
     if (result == SQLITE_OK && version == 0 && !create)
         return ERROR_FILE_NOT_FOUND;
-    if (result == SQLITE_OK && version == 0)
+    if (result == SQLITE_OK && version == 0) {
         result = CreateSchema(connection);
-    else if (result == SQLITE_OK && version != SchemaVersion)
+        if (result == SQLITE_OK)
+            result = ReadSchemaVersion(connection, version);
+    }
+    // A version 1 hive is migrated by the first process that may write it. One that may only
+    // read it reads it as it is, without a change record.
+    if (result == SQLITE_OK && version == 1) {
+        result = MigrateSchema(connection);
+        if (result == SQLITE_OK)
+            result = ReadSchemaVersion(connection, version);
+        else if (result == SQLITE_READONLY)
+            result = SQLITE_OK;
+    }
+    if (result == SQLITE_OK && version != 1 && version != SchemaVersion)
         result = SQLITE_NOTADB;
     if (result != SQLITE_OK)
         return StatusFromSqlite(result, purpose != OpenFor::Reading);
+    database->m_changeRecord = version == SchemaVersion;
     // The schema check above read through the WAL, so SQLite has mapped and checked its index:
     // what we map now is a live header, not what a past process left in the file.
     database->MapHeader();

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -44,6 +45,21 @@ public:
     LONG Commit();
     void Rollback();
 
+    // Whether the hive keeps a change record. A hive of schema version 1 has none until a process
+    // that may write it migrates it; a reader of such a hive can't tell what changed.
+    bool HasChangeRecord() const { return m_changeRecord; }
+
+    // The newest change in the record.
+    LONG LastChange(std::int64_t& seq);
+    // Passes the changes from seq on to apply, in order. continuous tells whether the first was
+    // seq itself: if not, the record was cut back past seq, and what changed can't be told. last
+    // gets the newest change's number.
+    LONG ChangesSince(std::int64_t seq, const std::function<void(const ChangeRecord&)>& apply, bool& continuous,
+                      std::int64_t& last);
+    // Adds change to the record inside the open write transaction, under the next number, which
+    // goes to seq; every so many changes the record is cut back to its last few thousand.
+    LONG RecordChange(const ChangeRecord& change, std::int64_t& seq);
+
     // Reads the change stamp without any lock. False when it can't be had (no shared memory
     // mapped yet) or the header is mid-update: the caller must then treat the cache as stale.
     bool ReadStamp(ChangeStamp& stamp);
@@ -63,9 +79,10 @@ public:
     LONG InsertKey(const KeyRecord& parent, const Utf16& name, const std::string& fold, const Utf16* className,
                    KeyRecord& out);
     LONG TouchKey(std::int64_t id);
-    // The key's row and its values.
-    LONG DeleteKey(std::int64_t id);
-    LONG SetAccess(std::int64_t id, REGSAM granted);
+    // The key's row and its values; parent and name say what it was.
+    LONG DeleteKey(std::int64_t id, std::int64_t& parent, Utf16& name);
+    // ERROR_FILE_NOT_FOUND when the key is gone; parent and name say what it is.
+    LONG SetAccess(std::int64_t id, REGSAM granted, std::int64_t& parent, Utf16& name);
 
     // Values. A lookup that finds no row answers ERROR_FILE_NOT_FOUND.
     LONG FindValue(std::int64_t key, const std::string& fold, ValueRecord& out);
@@ -74,7 +91,8 @@ public:
     // A new value goes behind the key's others; an existing one keeps its place and name.
     LONG UpsertValue(std::int64_t key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
                      std::size_t size);
-    LONG DeleteValue(std::int64_t key, const std::string& fold);
+    // ERROR_FILE_NOT_FOUND when there is no such value; name gets the name it had.
+    LONG DeleteValue(std::int64_t key, const std::string& fold, Utf16& name);
 
 private:
     enum class Sql {
@@ -94,6 +112,10 @@ private:
         ValuesOfKey,
         ValueUpsert,
         ValueDelete,
+        LastChange,
+        ChangesSince,
+        RecordChange,
+        PruneChanges,
         Begin,
         Commit,
         Rollback,
@@ -111,6 +133,7 @@ private:
     sqlite3_stmt* m_statements[static_cast<int>(Sql::Count)] = {};
     const volatile std::uint64_t* m_header = nullptr; // the WAL index, shared with other processes
     bool m_writing = false; // inside Begin and Commit or Rollback: failures are write failures
+    bool m_changeRecord = false;
 };
 
 // Test seam: the nth database step or statement from now (1 = the next) fails with result.

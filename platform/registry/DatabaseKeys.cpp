@@ -19,7 +19,7 @@ KeyRecord KeyFromRow(const Statement& row, std::int64_t id, int first)
     return key;
 }
 
-// Reads name, id and class from the first three columns.
+// Reads name, id, class and access from the first four columns.
 SubKeyEntry SubKeyFromRow(const Statement& row)
 {
     SubKeyEntry entry;
@@ -27,6 +27,7 @@ SubKeyEntry SubKeyFromRow(const Statement& row)
     entry.id = row.Int(1);
     if (!row.IsNull(2))
         entry.className = row.Name(2);
+    entry.access = static_cast<REGSAM>(row.Int(3));
     return entry;
 }
 
@@ -80,7 +81,7 @@ LONG Database::ListSubKeys(std::int64_t key, SubKeyList& out)
 {
     out.clear();
     Statement query =
-        Use(Sql::ChildrenOfKey, "SELECT name, id, class FROM key INDEXED BY key_list WHERE parent = ?1 ORDER BY fold");
+        Use(Sql::ChildrenOfKey, "SELECT name, id, class, access FROM key INDEXED BY key_list WHERE parent = ?1 ORDER BY fold");
     query.Bind(1, key);
     int result;
     while ((result = query.Step()) == SQLITE_ROW)
@@ -90,7 +91,7 @@ LONG Database::ListSubKeys(std::int64_t key, SubKeyList& out)
 
 LONG Database::SubKeyAt(std::int64_t key, DWORD index, SubKeyEntry& out)
 {
-    Statement query = Use(Sql::ChildAt, "SELECT name, id, class FROM key INDEXED BY key_list WHERE parent = ?1 "
+    Statement query = Use(Sql::ChildAt, "SELECT name, id, class, access FROM key INDEXED BY key_list WHERE parent = ?1 "
                                         "ORDER BY fold LIMIT 1 OFFSET ?2");
     query.Bind(1, key);
     query.Bind(2, index);
@@ -165,7 +166,7 @@ LONG Database::TouchKey(std::int64_t id)
     return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
 }
 
-LONG Database::DeleteKey(std::int64_t id)
+LONG Database::DeleteKey(std::int64_t id, std::int64_t& parent, Utf16& name)
 {
     {
         Statement values = Use(Sql::DeleteKeyValues, "DELETE FROM value WHERE key = ?1");
@@ -174,21 +175,31 @@ LONG Database::DeleteKey(std::int64_t id)
         if (result != SQLITE_DONE)
             return Fail(result);
     }
-    Statement row = Use(Sql::DeleteKeyRow, "DELETE FROM key WHERE id = ?1");
+    Statement row = Use(Sql::DeleteKeyRow, "DELETE FROM key WHERE id = ?1 RETURNING parent, name");
     row.Bind(1, id);
     const int result = row.Step();
-    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+    if (result == SQLITE_DONE)
+        return ERROR_FILE_NOT_FOUND;
+    if (result != SQLITE_ROW)
+        return Fail(result);
+    parent = row.Int(0);
+    name = row.Name(1);
+    return ERROR_SUCCESS;
 }
 
-LONG Database::SetAccess(std::int64_t id, REGSAM granted)
+LONG Database::SetAccess(std::int64_t id, REGSAM granted, std::int64_t& parent, Utf16& name)
 {
-    Statement update = Use(Sql::SetAccess, "UPDATE key SET access = ?2 WHERE id = ?1");
+    Statement update = Use(Sql::SetAccess, "UPDATE key SET access = ?2 WHERE id = ?1 RETURNING parent, name");
     update.Bind(1, id);
     update.Bind(2, granted);
     const int result = update.Step();
-    if (result != SQLITE_DONE)
+    if (result == SQLITE_DONE)
+        return ERROR_FILE_NOT_FOUND;
+    if (result != SQLITE_ROW)
         return Fail(result);
-    return sqlite3_changes(m_connection) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+    parent = update.Int(0);
+    name = update.Name(1);
+    return ERROR_SUCCESS;
 }
 
 } // namespace TesselPlatform::Registry

@@ -56,15 +56,18 @@ LONG Database::UpsertValue(std::int64_t key, const Utf16& name, const std::strin
     return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
 }
 
-LONG Database::DeleteValue(std::int64_t key, const std::string& fold)
+LONG Database::DeleteValue(std::int64_t key, const std::string& fold, Utf16& name)
 {
-    Statement remove = Use(Sql::ValueDelete, "DELETE FROM value WHERE key = ?1 AND fold = ?2");
+    Statement remove = Use(Sql::ValueDelete, "DELETE FROM value WHERE key = ?1 AND fold = ?2 RETURNING name");
     remove.Bind(1, key);
     remove.BindBlob(2, fold);
     const int result = remove.Step();
-    if (result != SQLITE_DONE)
+    if (result == SQLITE_DONE)
+        return ERROR_FILE_NOT_FOUND;
+    if (result != SQLITE_ROW)
         return Fail(result);
-    return sqlite3_changes(m_connection) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
+    name = remove.Name(0);
+    return ERROR_SUCCESS;
 }
 
 } // namespace TesselPlatform::Registry

@@ -3,11 +3,19 @@
 
 #include "registry/Hive.h"
 
+#include <algorithm>
 #include <pthread.h>
 
 #include "registry/HiveFiles.h"
 
 namespace TesselPlatform::Registry {
+
+namespace {
+
+// How many children of one key are looked up one by one before its whole list is read instead.
+constexpr std::size_t kChildLookupsBeforeList = 4096;
+
+} // namespace
 
 Hive* const* Hive::All()
 {
@@ -34,6 +42,7 @@ void Hive::LockAllForFork()
         hive->m_database.reset();
         hive->m_cache.Clear();
         hive->m_stampValid = false;
+        hive->m_seq = 0;
     }
 }
 
@@ -57,13 +66,21 @@ LONG Hive::Open(Database::OpenFor purpose)
         if (found != ERROR_SUCCESS)
             return found == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : found;
     }
-    const LONG status = Database::Open(m_path, purpose, m_database);
+    LONG status = Database::Open(m_path, purpose, m_database);
     m_cache.Clear();
     m_stampValid = false;
+    m_seq = 0;
     // A file that another process is still giving its schema is no hive yet either.
     if (status == ERROR_FILE_NOT_FOUND)
         return ERROR_SUCCESS;
-    return status == ERROR_CANTOPEN ? WhyHiveWontOpen(m_path) : status;
+    if (status == ERROR_CANTOPEN)
+        return WhyHiveWontOpen(m_path);
+    // The cache starts empty, so it knows of every change up to the last.
+    if (status == ERROR_SUCCESS && m_database->HasChangeRecord())
+        status = m_database->LastChange(m_seq);
+    if (status != ERROR_SUCCESS)
+        m_database.reset();
+    return status;
 }
 
 LONG Hive::BeginRead()
@@ -72,32 +89,68 @@ LONG Hive::BeginRead()
     const LONG status = Open(Database::OpenFor::Reading);
     if (status != ERROR_SUCCESS || !m_database)
         return status;
-    // The stamp is taken before anything is read, so a commit that lands during this call can
-    // only make the next call drop the cache, never keep data older than the stamp.
+    Sync();
+    return ERROR_SUCCESS;
+}
+
+void Hive::Sync()
+{
+    m_cacheUsable = false;
+    // The stamp is taken before the record is read: a commit that lands in between is in the
+    // record already, or moves the stamp again for the next call. Nothing the cache is filled
+    // with afterwards can be older than what the record said.
     ChangeStamp now;
-    if (!m_database->ReadStamp(now)) {
+    const bool stamped = m_database->ReadStamp(now);
+    if (m_cache.Full()) {
         m_cache.Clear();
-        m_stampValid = false;
-        return ERROR_SUCCESS;
+    } else if (stamped && m_stampValid && now == m_stamp) {
+        m_cacheUsable = true;
+        return;
     }
-    if (!m_stampValid || now != m_stamp || m_cache.Full()) {
+    if (!m_database->HasChangeRecord()) {
+        // Without a record, any commit may have changed anything.
         m_cache.Clear();
         m_stamp = now;
-        m_stampValid = true;
+        m_stampValid = stamped;
+        m_cacheUsable = stamped;
+        return;
     }
+    bool continuous = false;
+    std::int64_t last = m_seq;
+    const LONG status = m_database->ChangesSince(
+        m_seq,
+        [this](const ChangeRecord& change) {
+            if (change.seq != m_seq)
+                m_cache.Forget(change);
+        },
+        continuous, last);
+    // A record cut back past what this process knew, or one that looks odd: start again.
+    if (status != ERROR_SUCCESS || !continuous)
+        m_cache.Clear();
+    if (status != ERROR_SUCCESS) {
+        m_stampValid = false;
+        return;
+    }
+    m_seq = last;
+    m_stamp = now;
+    m_stampValid = stamped;
     m_cacheUsable = true;
-    return ERROR_SUCCESS;
 }
 
 LONG Hive::BeginWrite(bool create)
 {
-    // Inside a transaction the cache is neither read (it may predate the write lock) nor filled
-    // (a rollback would leave it holding what never was).
     m_cacheUsable = false;
-    const LONG status = Open(create ? Database::OpenFor::Creating : Database::OpenFor::Writing);
+    LONG status = Open(create ? Database::OpenFor::Creating : Database::OpenFor::Writing);
     if (status != ERROR_SUCCESS || !m_database)
         return status;
-    return m_database->Begin();
+    status = m_database->Begin();
+    if (status != ERROR_SUCCESS)
+        return status;
+    // Inside the transaction no other process can commit, so the cache brought up to date now
+    // stays so; what this transaction changes is dropped from it as each change is recorded.
+    m_pending.clear();
+    Sync();
+    return ERROR_SUCCESS;
 }
 
 LONG Hive::EndWrite(LONG status)
@@ -106,9 +159,59 @@ LONG Hive::EndWrite(LONG status)
         status = m_database->Commit();
     else
         m_database->Rollback();
-    m_cache.Clear();
-    m_stampValid = false;
+    if (status == ERROR_SUCCESS && !m_pending.empty())
+        m_seq = m_lastRecorded;
+    // A transaction that failed may have filled the cache with what it changed and never was.
+    if (status != ERROR_SUCCESS) {
+        for (const ChangeRecord& change : m_pending)
+            m_cache.Forget(change);
+    }
+    if (!m_database->HasChangeRecord())
+        m_cache.Clear();
+    // After a commit the stamp can't be read as this transaction left it: another process may
+    // already have committed after it. The next call asks the record instead.
+    if (status == ERROR_SUCCESS)
+        m_stampValid = false;
+    m_pending.clear();
+    m_cacheUsable = false;
     return status;
+}
+
+LONG Hive::Record(ChangeKind kind, std::int64_t key, std::int64_t parent, const Utf16& name)
+{
+    if (!m_database->HasChangeRecord())
+        return ERROR_SUCCESS;
+    ChangeRecord change;
+    change.kind = kind;
+    change.key = key;
+    change.parent = parent;
+    change.name = name;
+    LONG status = Ancestors(parent, change.ancestors);
+    if (status == ERROR_SUCCESS)
+        status = m_database->RecordChange(change, change.seq);
+    if (status != ERROR_SUCCESS)
+        return status;
+    m_cache.Forget(change);
+    m_lastRecorded = change.seq;
+    m_pending.push_back(std::move(change));
+    return ERROR_SUCCESS;
+}
+
+LONG Hive::Ancestors(std::int64_t parent, std::vector<std::int64_t>& out)
+{
+    out.clear();
+    for (std::int64_t id = parent; id != 0;) {
+        if (out.size() > static_cast<std::size_t>(MaxKeyDepth))
+            return ERROR_REGISTRY_CORRUPT; // a loop of parents
+        out.push_back(id);
+        KeyRecord record;
+        const LONG status = Key(id, record);
+        if (status != ERROR_SUCCESS)
+            return status;
+        id = record.parent;
+    }
+    std::reverse(out.begin(), out.end());
+    return ERROR_SUCCESS;
 }
 
 LONG Hive::Key(std::int64_t id, KeyRecord& out)
@@ -120,45 +223,80 @@ LONG Hive::Key(std::int64_t id, KeyRecord& out)
         return ERROR_SUCCESS;
     }
     if (m_cacheUsable) {
-        const auto found = m_cache.keys.find(id);
-        if (found != m_cache.keys.end()) {
-            if (found->second.id == 0)
+        if (const CachedKey* cached = m_cache.Find(id)) {
+            if (cached->deleted)
                 return ERROR_KEY_DELETED;
-            out = found->second;
-            return ERROR_SUCCESS;
+            if (cached->known) {
+                out = cached->record;
+                return ERROR_SUCCESS;
+            }
         }
     }
     KeyRecord key;
     const LONG status = m_database->FindKey(id, key);
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
         return status;
-    if (m_cacheUsable)
-        m_cache.keys[id] = key;
+    if (m_cacheUsable) {
+        CachedKey& cached = m_cache.Entry(id);
+        cached.deleted = status == ERROR_FILE_NOT_FOUND;
+        cached.known = !cached.deleted;
+        cached.record = key;
+    }
     if (status == ERROR_FILE_NOT_FOUND)
         return ERROR_KEY_DELETED;
     out = key;
     return ERROR_SUCCESS;
 }
 
+bool Hive::ChildFromList(const CachedKey& parent, const KeyRecord& parentRecord, const std::string& fold,
+                         KeyRecord& out) const
+{
+    const SubKeyList& list = *parent.subKeys;
+    const auto found = std::lower_bound(list.begin(), list.end(), fold, [](const SubKeyEntry& entry, const std::string& wanted) {
+        return CompareFolded(entry.name, wanted) < 0;
+    });
+    if (found == list.end() || CompareFolded(found->name, fold) != 0) {
+        out = KeyRecord{};
+        return false;
+    }
+    out = KeyRecord{found->id, parentRecord.id, found->access, parentRecord.depth + 1};
+    return true;
+}
+
 LONG Hive::Child(const KeyRecord& parent, const std::string& fold, KeyRecord& out)
 {
-    if (!m_database)
+    if (!m_database || parent.id == 0)
         return ERROR_FILE_NOT_FOUND;
-    if (m_cacheUsable) {
-        const auto found = m_cache.children.find(HiveCache::EntryKey(parent.id, fold, m_cacheKey));
-        if (found != m_cache.children.end()) {
-            if (found->second.id == 0)
-                return ERROR_FILE_NOT_FOUND;
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(parent.id) : nullptr;
+    if (cached != nullptr) {
+        const auto found = cached->children.find(fold);
+        if (found != cached->children.end()) {
             out = found->second;
-            return ERROR_SUCCESS;
+            return found->second.id == 0 ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
         }
+        if (cached->subKeys)
+            return ChildFromList(*cached, parent, fold, out) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     }
     KeyRecord child;
     const LONG status = m_database->FindChild(parent, fold, child);
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
         return status;
-    if (m_cacheUsable)
-        m_cache.children.emplace(m_cacheKey, child);
+    if (cached != nullptr) {
+        cached->children.emplace(fold, child);
+        m_cache.Grew(HiveCache::Cost(fold.size()));
+        // A key whose children are looked up one by one this often is read from its list from
+        // now on: one scan instead of a statement per child.
+        if (cached->children.size() > kChildLookupsBeforeList) {
+            std::shared_ptr<const SubKeyList> list;
+            if (SubKeys(parent.id, list) == ERROR_SUCCESS)
+                cached->children.clear();
+        }
+        if (status == ERROR_SUCCESS) {
+            CachedKey& own = m_cache.Entry(child.id);
+            own.record = child;
+            own.known = true;
+        }
+    }
     if (status == ERROR_SUCCESS)
         out = child;
     return status;
@@ -168,53 +306,56 @@ LONG Hive::Value(std::int64_t key, const std::string& fold, const ValueRecord*& 
 {
     if (!m_database)
         return ERROR_FILE_NOT_FOUND;
-    if (m_cacheUsable) {
-        const auto found = m_cache.values.find(HiveCache::EntryKey(key, fold, m_cacheKey));
-        if (found != m_cache.values.end()) {
-            out = &found->second;
-            return ERROR_SUCCESS;
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(key) : nullptr;
+    if (cached != nullptr) {
+        const auto found = cached->values.find(fold);
+        if (found != cached->values.end()) {
+            out = &found->second.value;
+            return found->second.present ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
         }
-        if (m_cache.missingValues.count(m_cacheKey) != 0)
-            return ERROR_FILE_NOT_FOUND;
     }
     ValueRecord value;
     const LONG status = m_database->FindValue(key, fold, value);
-    if (status == ERROR_FILE_NOT_FOUND && m_cacheUsable)
-        m_cache.missingValues.emplace(m_cacheKey, true);
-    if (status != ERROR_SUCCESS)
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
         return status;
-    if (m_cacheUsable) {
-        m_cache.dataBytes += value.data.size();
-        out = &m_cache.values.emplace(m_cacheKey, std::move(value)).first->second;
+    if (cached != nullptr) {
+        m_cache.Grew(HiveCache::Cost(fold.size() + value.data.size()));
+        CachedValue& entry = cached->values[fold];
+        entry.present = status == ERROR_SUCCESS;
+        entry.value = std::move(value);
+        out = &entry.value;
     } else {
         m_scratchValue = std::move(value);
         out = &m_scratchValue;
     }
-    return ERROR_SUCCESS;
+    return status;
 }
 
 LONG Hive::SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out)
 {
-    if (!m_database) {
+    if (!m_database || key == 0) {
         out = std::make_shared<const SubKeyList>();
         return ERROR_SUCCESS;
     }
-    if (m_cacheUsable) {
-        const auto found = m_cache.subKeys.find(key);
-        if (found != m_cache.subKeys.end()) {
-            out = found->second;
-            return ERROR_SUCCESS;
-        }
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(key) : nullptr;
+    if (cached != nullptr && cached->subKeys) {
+        out = cached->subKeys;
+        return ERROR_SUCCESS;
     }
-    // One ordered scan per change of the database: enumerating by index then costs a lookup
-    // per item instead of a scan per item.
+    // One ordered scan until the list changes: enumerating by index then costs a lookup per
+    // item instead of a scan per item.
     auto list = std::make_shared<SubKeyList>();
     const LONG status = m_database->ListSubKeys(key, *list);
     if (status != ERROR_SUCCESS)
         return status;
     out = list;
-    if (m_cacheUsable)
-        m_cache.subKeys[key] = out;
+    if (cached != nullptr) {
+        std::size_t bytes = 0;
+        for (const SubKeyEntry& entry : *list)
+            bytes += HiveCache::Cost(2 * (entry.name.size() + entry.className.size()));
+        m_cache.Grew(bytes);
+        cached->subKeys = out;
+    }
     return ERROR_SUCCESS;
 }
 
@@ -223,7 +364,8 @@ LONG Hive::SubKeyAt(std::int64_t key, DWORD index, const SubKeyEntry*& out)
     const bool inOrder = key == m_lastEnumeratedKey && index == m_lastEnumeratedIndex + 1;
     m_lastEnumeratedKey = key;
     m_lastEnumeratedIndex = index;
-    const bool listed = m_cacheUsable && m_cache.subKeys.count(key) != 0;
+    const CachedKey* cached = m_cacheUsable ? m_cache.Find(key) : nullptr;
+    const bool listed = cached != nullptr && cached->subKeys;
     if (listed || inOrder || !m_database) {
         const LONG status = SubKeys(key, m_enumerated);
         if (status != ERROR_SUCCESS)
@@ -245,22 +387,22 @@ LONG Hive::Values(std::int64_t key, std::shared_ptr<const ValueList>& out)
         out = std::make_shared<const ValueList>();
         return ERROR_SUCCESS;
     }
-    if (m_cacheUsable) {
-        const auto found = m_cache.valueLists.find(key);
-        if (found != m_cache.valueLists.end()) {
-            out = found->second;
-            return ERROR_SUCCESS;
-        }
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(key) : nullptr;
+    if (cached != nullptr && cached->valueList) {
+        out = cached->valueList;
+        return ERROR_SUCCESS;
     }
     auto list = std::make_shared<ValueList>();
     const LONG status = m_database->ListValues(key, *list);
     if (status != ERROR_SUCCESS)
         return status;
     out = list;
-    if (m_cacheUsable) {
+    if (cached != nullptr) {
+        std::size_t bytes = 0;
         for (const ValueEntry& entry : *list)
-            m_cache.dataBytes += entry.value.data.size();
-        m_cache.valueLists[key] = out;
+            bytes += HiveCache::Cost(2 * entry.name.size() + entry.value.data.size());
+        m_cache.Grew(bytes);
+        cached->valueList = out;
     }
     return ERROR_SUCCESS;
 }
@@ -278,20 +420,26 @@ LONG Hive::KeyInfo(std::int64_t key, Utf16& className, std::int64_t& written)
 LONG Hive::CreateChild(const KeyRecord& parent, const Utf16& name, const std::string& fold, const Utf16* className,
                        KeyRecord& out)
 {
-    const LONG status = m_database->InsertKey(parent, name, fold, className, out);
+    LONG status = m_database->InsertKey(parent, name, fold, className, out);
+    if (status == ERROR_SUCCESS)
+        status = Record(ChangeKind::KeyCreated, out.id, parent.id, name);
     return status != ERROR_SUCCESS ? status : Touch(parent.id);
 }
 
-LONG Hive::SetValue(std::int64_t key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
+LONG Hive::SetValue(const KeyRecord& key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
                     std::size_t size)
 {
-    return m_database->UpsertValue(key, name, fold, type, data, size);
+    const LONG status = m_database->UpsertValue(key.id, name, fold, type, data, size);
+    return status != ERROR_SUCCESS ? status : Record(ChangeKind::ValueSet, key.id, key.parent, name);
 }
 
-LONG Hive::DeleteValue(std::int64_t key, const std::string& fold)
+LONG Hive::DeleteValue(const KeyRecord& key, const std::string& fold)
 {
-    const LONG status = m_database->DeleteValue(key, fold);
-    return status != ERROR_SUCCESS ? status : Touch(key);
+    Utf16 name;
+    LONG status = m_database->DeleteValue(key.id, fold, name);
+    if (status == ERROR_SUCCESS)
+        status = Record(ChangeKind::ValueDeleted, key.id, key.parent, name);
+    return status != ERROR_SUCCESS ? status : Touch(key.id);
 }
 
 LONG Hive::Touch(std::int64_t key)
@@ -307,7 +455,10 @@ LONG Hive::HasChildren(std::int64_t key, bool& hasChildren)
 
 LONG Hive::DeleteKey(std::int64_t key)
 {
-    return m_database->DeleteKey(key);
+    std::int64_t parent = 0;
+    Utf16 name;
+    const LONG status = m_database->DeleteKey(key, parent, name);
+    return status != ERROR_SUCCESS ? status : Record(ChangeKind::KeyDeleted, key, parent, name);
 }
 
 LONG Hive::Subtree(std::int64_t key, std::vector<KeyRecord>& out)
@@ -317,8 +468,12 @@ LONG Hive::Subtree(std::int64_t key, std::vector<KeyRecord>& out)
 
 LONG Hive::SetAccess(std::int64_t key, REGSAM granted)
 {
-    const LONG status = m_database->SetAccess(key, granted);
-    return status == ERROR_FILE_NOT_FOUND ? ERROR_KEY_DELETED : status;
+    std::int64_t parent = 0;
+    Utf16 name;
+    const LONG status = m_database->SetAccess(key, granted, parent, name);
+    if (status == ERROR_FILE_NOT_FOUND)
+        return ERROR_KEY_DELETED;
+    return status != ERROR_SUCCESS ? status : Record(ChangeKind::AccessChanged, key, parent, name);
 }
 
 } // namespace TesselPlatform::Registry

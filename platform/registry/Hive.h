@@ -1,7 +1,9 @@
 // A hive: one database file, the connection this process keeps to it, the lock that serialises
-// this process's use of it, its transactions, and a cache of what was read, checked against the
-// database's change stamp at the start of every call. The key-level operations here run only
-// inside Read or Write, which hold the hive's lock.
+// this process's use of it, its transactions, and a cache of what was read. At the start of
+// every call the cache is checked against the database's change stamp; when the stamp has
+// moved, the changes that other processes committed since are read from the change record and
+// only what they name is dropped. Every change made here goes into the record in the same
+// transaction. The key-level operations run only inside Read or Write, which hold the lock.
 #pragma once
 
 #include <cstdint>
@@ -60,12 +62,12 @@ public:
     LONG Values(std::int64_t key, std::shared_ptr<const ValueList>& out);
     LONG KeyInfo(std::int64_t key, Utf16& className, std::int64_t& written);
 
-    // Changes; only inside Write.
+    // Changes; only inside Write. Each goes into the change record.
     LONG CreateChild(const KeyRecord& parent, const Utf16& name, const std::string& fold, const Utf16* className,
                      KeyRecord& out);
-    LONG SetValue(std::int64_t key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
+    LONG SetValue(const KeyRecord& key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
                   std::size_t size);
-    LONG DeleteValue(std::int64_t key, const std::string& fold);
+    LONG DeleteValue(const KeyRecord& key, const std::string& fold);
     LONG Touch(std::int64_t key);
     LONG HasChildren(std::int64_t key, bool& result);
     LONG DeleteKey(std::int64_t key);
@@ -84,16 +86,27 @@ private:
     LONG BeginWrite(bool create);
     LONG EndWrite(LONG status);
     LONG Open(Database::OpenFor purpose);
+    // Brings the cache up to the database's last commit, or leaves it unusable for this call.
+    void Sync();
+    // Puts a change into the record and drops what the cache held of it.
+    LONG Record(ChangeKind kind, std::int64_t key, std::int64_t parent, const Utf16& name);
+    // The keys above parent's children: parent and its ancestors, from the root down.
+    LONG Ancestors(std::int64_t parent, std::vector<std::int64_t>& out);
+    // The child of parent named by fold, from its list when that is remembered.
+    bool ChildFromList(const CachedKey& parent, const KeyRecord& parentRecord, const std::string& fold,
+                       KeyRecord& out) const;
 
     const HiveId m_id;
     std::mutex m_lock;
     std::string m_path; // fixed at first use in the process
     std::unique_ptr<Database> m_database;
     HiveCache m_cache;
-    ChangeStamp m_stamp;        // the database as it was when the cache was started
-    bool m_stampValid = false;  // m_stamp describes the cache's contents
-    bool m_cacheUsable = false; // this call may read and fill the cache
-    std::string m_cacheKey;     // the last lookup's cache key, its buffer reused by the next
+    std::int64_t m_seq = 0;       // the last change in the record that the cache knows of
+    ChangeStamp m_stamp;          // the database when the cache was last brought up to m_seq
+    bool m_stampValid = false;    // no commit since m_stamp means none since m_seq
+    bool m_cacheUsable = false;   // this call may read and fill the cache
+    std::vector<ChangeRecord> m_pending; // the open transaction's changes, dropped again if it fails
+    std::int64_t m_lastRecorded = 0;     // the open transaction's last change
     ValueRecord m_scratchValue; // a value read past the cache
     SubKeyEntry m_scratchSubKey; // a sub-key read past the cache
     std::shared_ptr<const SubKeyList> m_enumerated; // keeps the list that SubKeyAt pointed into

@@ -36,7 +36,8 @@ struct ValueRecord {
 struct SubKeyEntry {
     Utf16 name;
     Utf16 className;
-    std::int64_t id = 0; // for its last-write time, which few callers ask for
+    std::int64_t id = 0;
+    REGSAM access = 0; // what the sub-key grants, so that a listed key can be opened from its list
 };
 
 struct ValueEntry {
@@ -46,5 +47,26 @@ struct ValueEntry {
 
 using SubKeyList = std::vector<SubKeyEntry>;
 using ValueList = std::vector<ValueEntry>;
+
+// What one committed change did, as the hive's change record keeps it (docs/hive-format.md):
+// enough for a process to drop what it remembers of it, and for a watcher to tell which key
+// changed, how, and whether it lies below a key it watches, even once the key's rows are gone.
+enum class ChangeKind {
+    Everything = 0,    // anything may have changed: the hive was made or migrated
+    ValueSet = 1,      // a value of key, name, was set
+    ValueDeleted = 2,  // a value of key, name, was deleted
+    KeyCreated = 3,    // key, name, was made below parent: a sub-key added to parent
+    KeyDeleted = 4,    // key, name, was deleted from below parent: each key of a deleted tree has one
+    AccessChanged = 5, // what key grants changed: its security, and so its attributes
+};
+
+struct ChangeRecord {
+    std::int64_t seq = 0; // the change sequence: every change has the next number
+    ChangeKind kind = ChangeKind::Everything;
+    std::int64_t key = 0;
+    std::int64_t parent = 0; // key's parent when the change was made
+    Utf16 name;              // the value's name, or for key changes the key's own
+    std::vector<std::int64_t> ancestors; // the keys above key, from the root down to parent
+};
 
 } // namespace TesselPlatform::Registry

@@ -86,7 +86,7 @@ LSTATUS WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DW
         return status;
     const std::string fold = FoldKey(name);
     return WriteKey(target, KEY_SET_VALUE, true, [&](Hive& hive, const KeyRecord& key) -> LONG {
-        return hive.SetValue(key.id, name, fold, dwType, lpData, cbData);
+        return hive.SetValue(key, name, fold, dwType, lpData, cbData);
     });
 }
 
@@ -104,7 +104,7 @@ LSTATUS WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName)
         return status;
     const std::string fold = FoldKey(name);
     return WriteKey(target, KEY_SET_VALUE, false,
-                    [&](Hive& hive, const KeyRecord& key) -> LONG { return hive.DeleteValue(key.id, fold); });
+                    [&](Hive& hive, const KeyRecord& key) -> LONG { return hive.DeleteValue(key, fold); });
 }
 
 LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved,
