@@ -135,6 +135,13 @@ bool Statement::IsNull(int column) const
     return sqlite3_column_type(m_statement, column) == SQLITE_NULL;
 }
 
+namespace {
+
+// How long a call waits for other processes' locks before it gives up.
+constexpr int kBusyMilliseconds = 10000;
+
+} // namespace
+
 LONG Database::Open(const std::string& path, OpenFor purpose, std::unique_ptr<Database>& out)
 {
     out.reset();
@@ -146,7 +153,7 @@ LONG Database::Open(const std::string& path, OpenFor purpose, std::unique_ptr<Da
     std::unique_ptr<Database> database(new Database(connection));
     if (result == SQLITE_OK) {
         sqlite3_extended_result_codes(connection, 0);
-        sqlite3_busy_timeout(connection, 10000);
+        sqlite3_busy_timeout(connection, kBusyMilliseconds);
         // The WAL files stay beside the hive when the last connection closes: a user who may
         // read the hive but not write its directory can't make them, and needs them to read.
         int persist = 1;
@@ -251,6 +258,15 @@ void Database::Rollback()
     }
     sqlite3_step(rollback);
     sqlite3_reset(rollback);
+}
+
+void Database::Checkpoint()
+{
+    // A truncating checkpoint needs every other reader and writer out of the way: without a busy
+    // handler it does what it can now and leaves the rest to whoever is still there.
+    sqlite3_busy_timeout(m_connection, 0);
+    sqlite3_wal_checkpoint_v2(m_connection, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    sqlite3_busy_timeout(m_connection, kBusyMilliseconds);
 }
 
 void Database::MapHeader()

@@ -60,6 +60,11 @@ public:
     // goes to seq; every so many changes the record is cut back to its last few thousand.
     LONG RecordChange(const ChangeRecord& change, std::int64_t& seq);
 
+    // Copies what the WAL holds into the database file as far as other processes' readers allow,
+    // without waiting for anyone; with no other process in the hive, the WAL ends empty and the
+    // database file alone holds every commit.
+    void Checkpoint();
+
     // Reads the change stamp without any lock. False when it can't be had (no shared memory
     // mapped yet) or the header is mid-update: the caller must then treat the cache as stale.
     bool ReadStamp(ChangeStamp& stamp);

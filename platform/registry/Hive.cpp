@@ -4,6 +4,8 @@
 #include "registry/Hive.h"
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <pthread.h>
 
 #include "registry/HiveFiles.h"
@@ -14,6 +16,9 @@ namespace {
 
 // How many children of one key are looked up one by one before its whole list is read instead.
 constexpr std::size_t kChildLookupsBeforeList = 4096;
+
+// Set once the process has begun to exit: a write after that checkpoints at once.
+std::atomic<bool> g_exiting{false};
 
 } // namespace
 
@@ -50,6 +55,23 @@ void Hive::UnlockAllAfterFork()
 {
     for (int i = HiveCount - 1; i >= 0; --i)
         All()[i]->m_lock.unlock();
+}
+
+// Registered when the library loads, so that it runs when the process exits or the library is
+// unloaded, after everything that was set up later. A process killed with SIGKILL can't do this;
+// the WAL keeps its commits, and the next process to open the hive recovers them.
+const int Hive::s_exitHandler = std::atexit(Hive::CheckpointAllAtExit);
+
+void Hive::CheckpointAllAtExit()
+{
+    g_exiting = true;
+    for (int i = 0; i < HiveCount; ++i) {
+        Hive* hive = All()[i];
+        std::lock_guard<std::mutex> guard(hive->m_lock);
+        // A hive whose file is gone (a test's store, cleared before this runs) needs nothing.
+        if (hive->m_database && FindHiveFile(hive->m_path) == ERROR_SUCCESS)
+            hive->m_database->Checkpoint();
+    }
 }
 
 LONG Hive::Open(Database::OpenFor purpose)
@@ -161,6 +183,9 @@ LONG Hive::EndWrite(LONG status)
         m_database->Rollback();
     if (status == ERROR_SUCCESS && !m_pending.empty())
         m_seq = m_lastRecorded;
+    // A write from a static destructor or another thread after the exit handler ran.
+    if (status == ERROR_SUCCESS && g_exiting)
+        m_database->Checkpoint();
     // A transaction that failed may have filled the cache with what it changed and never was.
     if (status != ERROR_SUCCESS) {
         for (const ChangeRecord& change : m_pending)

@@ -81,6 +81,9 @@ private:
     static void LockAllForFork();
     static void UnlockAllAfterFork();
     static const int s_forkHandlers;
+    // The process's last use of its hives: their WAL goes into their database files.
+    static void CheckpointAllAtExit();
+    static const int s_exitHandler;
 
     LONG BeginRead();
     LONG BeginWrite(bool create);

@@ -226,6 +226,63 @@ TEST(RegistryHiveFiles, AUserWhoMayOnlyReadTheHiveReadsItCoherently)
     EXPECT_EQ(0, code) << Describe(all, code);
 }
 
+// Checks that once every process that used a hive has ended, its .db file alone holds all that
+// they committed: a copy of that one file, read where nothing else of the hive is, has it all.
+TEST(RegistryHiveFiles, OnceEveryProcessHasEndedTheHiveFileAloneHoldsAll)
+{
+    constexpr int kValues = 300;
+    // Writers in processes of their own that end as processes usually do, through exit().
+    for (int writer = 0; writer < 2; ++writer) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ScopedKey key;
+            const std::wstring path = L"Writer" + std::to_wstring(writer);
+            if (CreateKey(HKEY_USERS, path.c_str(), key) != ERROR_SUCCESS)
+                std::exit(1);
+            for (int i = 0; i < kValues; ++i) {
+                if (SetString(key.Get(), (L"v" + std::to_wstring(i)).c_str(), u"value " + std::u16string(i % 40, u'x')) !=
+                    ERROR_SUCCESS)
+                    std::exit(2);
+            }
+            ScopedKey gone;
+            if (CreateKey(key.Get(), L"Gone\\Deeper", gone) != ERROR_SUCCESS || SetDword(gone.Get(), L"n", 1) != ERROR_SUCCESS)
+                std::exit(3);
+            std::exit(SHDeleteKeyW(key.Get(), L"Gone") == ERROR_SUCCESS ? 0 : 4);
+        }
+        ASSERT_EQ(0, WaitForChild(child)) << "writer " << writer;
+    }
+    struct stat wal{};
+    ASSERT_EQ(0, stat(HivePath("HKU.db-wal").c_str(), &wal)) << "the WAL files stay for readers";
+    EXPECT_EQ(0, wal.st_size) << "the last process to end emptied the WAL into the hive file";
+
+    const std::string copy = HivePath("copy");
+    ASSERT_EQ(0, mkdir(copy.c_str(), 0700));
+    ASSERT_EQ(0, std::system(("cp " + HivePath("HKU.db") + " " + copy + "/HKU.db").c_str()));
+    const pid_t reader = fork();
+    ASSERT_GE(reader, 0);
+    if (reader == 0) {
+        setenv("TESSEL_REGISTRY_DIR", copy.c_str(), 1);
+        for (int writer = 0; writer < 2; ++writer) {
+            ScopedKey key;
+            const std::wstring path = L"Writer" + std::to_wstring(writer);
+            if (RegOpenKeyExW(HKEY_USERS, path.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS)
+                _exit(10 + writer);
+            for (int i = 0; i < kValues; ++i) {
+                LONG status;
+                if (QueryBytes(key.Get(), (L"v" + std::to_wstring(i)).c_str(), status) !=
+                    StringData(u"value " + std::u16string(i % 40, u'x')))
+                    _exit(20 + writer);
+            }
+            ScopedKey gone;
+            if (RegOpenKeyExW(key.Get(), L"Gone", 0, KEY_READ, gone.Put()) != ERROR_FILE_NOT_FOUND)
+                _exit(30 + writer);
+        }
+        _exit(0);
+    }
+    EXPECT_EQ(0, WaitForChild(reader)) << "1x: a key is missing from the copy; 2x: a value; 3x: a deleted key is back";
+}
+
 // Checks that a hive whose WAL files are gone, in a directory that this user may not write, is
 // refused: SQLite can't read it without them, and it must not look empty.
 TEST(RegistryHiveFiles, AReaderThatCanNotMakeTheWalFilesIsRefusedNotEmpty)
