@@ -21,9 +21,13 @@
 #include <vector>
 
 #include "TesselWin32.h"
+#include "registry/BenchSupport.h"
 #include "support/ScratchStore.h"
 
 extern char** environ;
+
+using TesselBench::Check;
+using TesselBench::CreateKey;
 
 namespace {
 
@@ -59,21 +63,6 @@ std::vector<BYTE> ValueData(int i, int j)
     data.push_back(0);
     data.push_back(0);
     return data;
-}
-
-void Check(LONG status, const char* what)
-{
-    if (status != ERROR_SUCCESS) {
-        std::fprintf(stderr, "bench_registry: %s failed with %d\n", what, static_cast<int>(status));
-        std::exit(1);
-    }
-}
-
-HKEY CreateKey(HKEY parent, const std::wstring& path)
-{
-    HKEY key = nullptr;
-    Check(RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), "create");
-    return key;
 }
 
 struct Workload {

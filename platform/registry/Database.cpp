@@ -77,6 +77,14 @@ bool ChangeStamp::operator==(const ChangeStamp& other) const
     return std::memcmp(words, other.words, sizeof(words)) == 0;
 }
 
+std::uint32_t ChangeStamp::Commits() const
+{
+    // iChange, the third 32-bit field of SQLite's WalIndexHdr, in the machine's own order.
+    std::uint32_t commits = 0;
+    std::memcpy(&commits, reinterpret_cast<const unsigned char*>(words) + 8, sizeof(commits));
+    return commits;
+}
+
 Statement::~Statement()
 {
     if (m_statement != nullptr) {
@@ -160,9 +168,12 @@ LONG Database::Open(const std::string& path, OpenFor purpose, std::unique_ptr<Da
         sqlite3_file_control(connection, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
         // NORMAL in WAL mode: a killed process loses nothing committed; a power cut may lose the
         // last commits but never corrupts the file. A WAL that a checkpoint has emptied is cut
-        // back to a few megabytes, and to nothing when the last connection closes.
-        result = sqlite3_exec(connection, "PRAGMA synchronous=NORMAL; PRAGMA journal_size_limit=4194304", nullptr,
-                              nullptr, nullptr);
+        // back to a few megabytes, and to nothing when the last connection closes. SQLite's own
+        // checkpoint would run inside the commit, with every writer of every process waiting
+        // for its fsync; the hive checkpoints after it has let go of the writers instead.
+        result = sqlite3_exec(connection,
+                              "PRAGMA synchronous=NORMAL; PRAGMA journal_size_limit=4194304; PRAGMA wal_autocheckpoint=0",
+                              nullptr, nullptr, nullptr);
     }
     if (result == SQLITE_OK)
         result = AllowChanges(connection);
@@ -235,37 +246,63 @@ LONG Database::Begin()
     return status;
 }
 
-LONG Database::Commit()
+LONG Database::Commit(ChangeStamp& ours, bool& valid)
 {
+    // While this transaction holds SQLite's write lock no one else can commit, so the header
+    // read now is the last commit before ours. If the header afterwards counts exactly one
+    // commit more, it is ours, and nothing has committed since.
+    ChangeStamp before;
+    const bool stamped = ReadStamp(before);
     const LONG status = Run(Sql::Commit, "COMMIT");
     if (status != ERROR_SUCCESS)
         Rollback();
     m_writing = false;
+    valid = status == ERROR_SUCCESS && stamped && ReadStamp(ours) && ours.Commits() == before.Commits() + 1;
     return status;
 }
 
 void Database::Rollback()
 {
     m_writing = false;
-    if (sqlite3_get_autocommit(m_connection))
-        return;
-    // Past the failure seam: a rollback must happen whatever was made to fail.
-    sqlite3_stmt*& rollback = m_statements[static_cast<int>(Sql::Rollback)];
-    if (rollback == nullptr &&
-        sqlite3_prepare_v3(m_connection, "ROLLBACK", -1, SQLITE_PREPARE_PERSISTENT, &rollback, nullptr) != SQLITE_OK) {
-        sqlite3_exec(m_connection, "ROLLBACK", nullptr, nullptr, nullptr);
-        return;
-    }
-    sqlite3_step(rollback);
-    sqlite3_reset(rollback);
+    if (!sqlite3_get_autocommit(m_connection))
+        RunPastSeam(Sql::Rollback, "ROLLBACK");
 }
 
-void Database::Checkpoint()
+void Database::RunPastSeam(Sql which, const char* text)
+{
+    sqlite3_stmt*& statement = m_statements[static_cast<int>(which)];
+    if (statement == nullptr &&
+        sqlite3_prepare_v3(m_connection, text, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK) {
+        sqlite3_exec(m_connection, text, nullptr, nullptr, nullptr);
+        return;
+    }
+    sqlite3_step(statement);
+    sqlite3_reset(statement);
+}
+
+LONG Database::Savepoint()
+{
+    return Run(Sql::Savepoint, "SAVEPOINT call");
+}
+
+LONG Database::ReleaseSavepoint()
+{
+    return Run(Sql::ReleaseSavepoint, "RELEASE call");
+}
+
+void Database::RollbackToSavepoint()
+{
+    RunPastSeam(Sql::RollbackToSavepoint, "ROLLBACK TO call");
+    RunPastSeam(Sql::ReleaseSavepoint, "RELEASE call");
+}
+
+void Database::Checkpoint(bool truncate)
 {
     // A truncating checkpoint needs every other reader and writer out of the way: without a busy
     // handler it does what it can now and leaves the rest to whoever is still there.
     sqlite3_busy_timeout(m_connection, 0);
-    sqlite3_wal_checkpoint_v2(m_connection, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
+    sqlite3_wal_checkpoint_v2(m_connection, "main", truncate ? SQLITE_CHECKPOINT_TRUNCATE : SQLITE_CHECKPOINT_PASSIVE,
+                              nullptr, nullptr);
     sqlite3_busy_timeout(m_connection, kBusyMilliseconds);
 }
 
@@ -280,6 +317,19 @@ void Database::MapHeader()
     // stays mapped until the connection closes.
     if (file->pMethods->xShmMap(file, 0, 32768, 0, &region) == SQLITE_OK && region != nullptr)
         m_header = static_cast<const volatile std::uint64_t*>(region);
+}
+
+std::uint32_t Database::UncopiedFrames() const
+{
+    if (m_header == nullptr)
+        return 0;
+    // mxFrame in the header's first copy; nBackfill opens the checkpoint record after both copies.
+    const std::uint64_t frameWord = m_header[2];
+    const std::uint64_t backfillWord = m_header[12];
+    std::uint32_t frames = 0, copied = 0;
+    std::memcpy(&frames, reinterpret_cast<const unsigned char*>(&frameWord), sizeof(frames));
+    std::memcpy(&copied, reinterpret_cast<const unsigned char*>(&backfillWord), sizeof(copied));
+    return frames > copied ? frames - copied : 0;
 }
 
 bool Database::ReadStamp(ChangeStamp& stamp)

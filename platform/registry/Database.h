@@ -26,6 +26,9 @@ struct ChangeStamp {
 
     bool operator==(const ChangeStamp& other) const;
     bool operator!=(const ChangeStamp& other) const { return !(*this == other); }
+    // The header's count of commits, which rises by exactly one with each (a WAL restart leaves
+    // it as it is).
+    std::uint32_t Commits() const;
 };
 
 class Database {
@@ -42,8 +45,17 @@ public:
 
     // BEGIN IMMEDIATE: the one transaction of a modifying call, waiting out other writers.
     LONG Begin();
-    LONG Commit();
+    // Commits the open transaction. ours gets the change stamp as this commit left it, or is
+    // left invalid when another process may already have committed after it.
+    LONG Commit(ChangeStamp& ours, bool& valid);
     void Rollback();
+
+    // Savepoints inside the open transaction, so that one of several calls that share it can be
+    // undone alone.
+    LONG Savepoint();
+    LONG ReleaseSavepoint();
+    // Undoes what was done since the savepoint, and ends it.
+    void RollbackToSavepoint();
 
     // Whether the hive keeps a change record. A hive of schema version 1 has none until a process
     // that may write it migrates it; a reader of such a hive can't tell what changed.
@@ -61,9 +73,13 @@ public:
     LONG RecordChange(const ChangeRecord& change, std::int64_t& seq);
 
     // Copies what the WAL holds into the database file as far as other processes' readers allow,
-    // without waiting for anyone; with no other process in the hive, the WAL ends empty and the
-    // database file alone holds every commit.
-    void Checkpoint();
+    // without waiting for anyone. Truncating, and with no other process in the hive, the WAL ends
+    // empty and the database file alone holds every commit.
+    void Checkpoint(bool truncate);
+
+    // How many pages the WAL holds that no checkpoint has copied yet, read without any lock; 0
+    // when that can't be had.
+    std::uint32_t UncopiedFrames() const;
 
     // Reads the change stamp without any lock. False when it can't be had (no shared memory
     // mapped yet) or the header is mid-update: the caller must then treat the cache as stale.
@@ -124,6 +140,9 @@ private:
         Begin,
         Commit,
         Rollback,
+        Savepoint,
+        ReleaseSavepoint,
+        RollbackToSavepoint,
         Count
     };
 
@@ -131,6 +150,9 @@ private:
     // The statement for which, prepared from text at its first use.
     Statement Use(Sql which, const char* text);
     LONG Run(Sql which, const char* text);
+    // Runs a statement that must happen whatever the failure seam was asked to fail: the undoing
+    // of a failed change.
+    void RunPastSeam(Sql which, const char* text);
     LONG Fail(int result) const;
     void MapHeader();
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <new>
 #include <pthread.h>
 
 #include "registry/HiveFiles.h"
@@ -19,6 +20,9 @@ constexpr std::size_t kChildLookupsBeforeList = 4096;
 
 // Set once the process has begun to exit: a write after that checkpoints at once.
 std::atomic<bool> g_exiting{false};
+
+// The WAL is copied into the database file once it holds this many pages, as SQLite would.
+constexpr std::uint32_t kCheckpointFrames = 1000;
 
 } // namespace
 
@@ -37,13 +41,15 @@ Hive& Hive::Get(HiveId id)
 // Before a fork every connection is closed under the lock, so that neither side inherits
 // SQLite's per-process lock bookkeeping for a file it has open. Registered when the library
 // loads, so that no fork can come between a first call and this.
-const int Hive::s_forkHandlers = pthread_atfork(Hive::LockAllForFork, Hive::UnlockAllAfterFork, Hive::UnlockAllAfterFork);
+const int Hive::s_forkHandlers = pthread_atfork(Hive::LockAllForFork, Hive::UnlockAllAfterFork, Hive::ResetAllInChild);
 
 void Hive::LockAllForFork()
 {
     for (int i = 0; i < HiveCount; ++i) {
         Hive* hive = All()[i];
         hive->m_lock.lock();
+        hive->m_checkpointLock.lock();
+        hive->m_checkpointer.reset();
         hive->m_database.reset();
         hive->m_cache.Clear();
         hive->m_stampValid = false;
@@ -53,8 +59,21 @@ void Hive::LockAllForFork()
 
 void Hive::UnlockAllAfterFork()
 {
-    for (int i = HiveCount - 1; i >= 0; --i)
+    for (int i = HiveCount - 1; i >= 0; --i) {
+        All()[i]->m_checkpointLock.unlock();
         All()[i]->m_lock.unlock();
+    }
+}
+
+// The child has one thread, and the queued writes belong to the parent's others: the child's
+// own writes must not wait for them. Its writers' lock goes on in the mapping it inherited.
+void Hive::ResetAllInChild()
+{
+    for (int i = 0; i < HiveCount; ++i) {
+        All()[i]->m_queue.clear();
+        All()[i]->m_committing = false;
+    }
+    UnlockAllAfterFork();
 }
 
 // Registered when the library loads, so that it runs when the process exits or the library is
@@ -68,9 +87,10 @@ void Hive::CheckpointAllAtExit()
     for (int i = 0; i < HiveCount; ++i) {
         Hive* hive = All()[i];
         std::lock_guard<std::mutex> guard(hive->m_lock);
+        std::lock_guard<std::mutex> checkpointing(hive->m_checkpointLock);
         // A hive whose file is gone (a test's store, cleared before this runs) needs nothing.
         if (hive->m_database && FindHiveFile(hive->m_path) == ERROR_SUCCESS)
-            hive->m_database->Checkpoint();
+            hive->m_database->Checkpoint(true);
     }
 }
 
@@ -103,6 +123,119 @@ LONG Hive::Open(Database::OpenFor purpose)
     if (status != ERROR_SUCCESS)
         m_database.reset();
     return status;
+}
+
+LONG Hive::Commit(PendingWrite& write)
+{
+    std::unique_lock<std::mutex> lock(m_lock);
+    m_queue.push_back(&write);
+    if (m_committing)
+        write.wake.wait(lock, [&write] { return write.done || write.lead; });
+    if (!write.done)
+        CommitQueued(lock);
+    return write.status;
+}
+
+void Hive::CommitQueued(std::unique_lock<std::mutex>& lock)
+{
+    m_committing = true;
+    if (m_path.empty())
+        m_path = HivePath(m_id);
+    // Once per process, as soon as there is a hive file to put the lock beside.
+    if (!m_writerLockTried && FindHiveFile(m_path) == ERROR_SUCCESS) {
+        m_writerLockTried = true;
+        m_writerLock.Open(m_path);
+    }
+    // The writers' lock is waited for without the hive's lock, so that this process's reads go
+    // on meanwhile, and writes that come meanwhile join this batch.
+    lock.unlock();
+    const bool ordered = m_writerLock.Lock();
+    lock.lock();
+    std::vector<PendingWrite*> batch;
+    batch.swap(m_queue);
+    CommitBatch(batch);
+    if (ordered)
+        m_writerLock.Unlock();
+    for (PendingWrite* write : batch) {
+        write->done = true;
+        write->wake.notify_one();
+    }
+    const bool checkpointDue = m_database && m_database->UncopiedFrames() >= kCheckpointFrames;
+    // Writes that queued meanwhile: the first of them commits the next batch.
+    if (m_queue.empty()) {
+        m_committing = false;
+    } else {
+        m_queue.front()->lead = true;
+        m_queue.front()->wake.notify_one();
+    }
+    // The checkpoint that the WAL needs now holds up no one else.
+    if (checkpointDue) {
+        lock.unlock();
+        CheckpointAside();
+        lock.lock();
+    }
+}
+
+void Hive::CheckpointAside()
+{
+    std::unique_lock<std::mutex> lock(m_checkpointLock, std::try_to_lock);
+    if (!lock.owns_lock())
+        return;
+    if (!m_checkpointer && Database::Open(m_path, Database::OpenFor::Writing, m_checkpointer) != ERROR_SUCCESS)
+        return;
+    m_checkpointer->Checkpoint(false);
+}
+
+void Hive::CommitBatch(const std::vector<PendingWrite*>& batch)
+{
+    bool create = false;
+    for (const PendingWrite* write : batch)
+        create = create || write->create;
+    const LONG begun = BeginWrite(create);
+    if (begun != ERROR_SUCCESS || !m_database) {
+        for (PendingWrite* write : batch)
+            write->status = begun != ERROR_SUCCESS ? begun : write->absentStatus;
+        return;
+    }
+    if (batch.size() == 1) {
+        batch.front()->status = EndWrite(RunBody(*batch.front()));
+        return;
+    }
+    // Each call in a savepoint of its own, so that a call that fails is undone alone.
+    bool anyDone = false;
+    for (PendingWrite* write : batch) {
+        const std::size_t recorded = m_pending.size();
+        const std::int64_t lastRecorded = m_lastRecorded;
+        LONG status = m_database->Savepoint();
+        if (status == ERROR_SUCCESS)
+            status = RunBody(*write);
+        if (status == ERROR_SUCCESS)
+            status = m_database->ReleaseSavepoint();
+        if (status != ERROR_SUCCESS) {
+            m_database->RollbackToSavepoint();
+            for (std::size_t i = recorded; i < m_pending.size(); ++i)
+                m_cache.Forget(m_pending[i]);
+            m_pending.resize(recorded);
+            m_lastRecorded = lastRecorded;
+        }
+        write->status = status;
+        anyDone = anyDone || status == ERROR_SUCCESS;
+    }
+    // Every call returns only after the commit that holds it; if that commit fails, so do they.
+    const LONG committed = EndWrite(anyDone ? ERROR_SUCCESS : ERROR_CANTWRITE);
+    for (PendingWrite* write : batch) {
+        if (write->status == ERROR_SUCCESS)
+            write->status = committed;
+    }
+}
+
+LONG Hive::RunBody(PendingWrite& write)
+{
+    try {
+        return write.run(write.body);
+    } catch (const std::bad_alloc&) {
+        return ERROR_OUTOFMEMORY;
+    }
 }
 
 LONG Hive::BeginRead()
@@ -177,15 +310,17 @@ LONG Hive::BeginWrite(bool create)
 
 LONG Hive::EndWrite(LONG status)
 {
+    ChangeStamp committed;
+    bool exact = false;
     if (status == ERROR_SUCCESS)
-        status = m_database->Commit();
+        status = m_database->Commit(committed, exact);
     else
         m_database->Rollback();
     if (status == ERROR_SUCCESS && !m_pending.empty())
         m_seq = m_lastRecorded;
     // A write from a static destructor or another thread after the exit handler ran.
     if (status == ERROR_SUCCESS && g_exiting)
-        m_database->Checkpoint();
+        m_database->Checkpoint(true);
     // A transaction that failed may have filled the cache with what it changed and never was.
     if (status != ERROR_SUCCESS) {
         for (const ChangeRecord& change : m_pending)
@@ -193,10 +328,12 @@ LONG Hive::EndWrite(LONG status)
     }
     if (!m_database->HasChangeRecord())
         m_cache.Clear();
-    // After a commit the stamp can't be read as this transaction left it: another process may
-    // already have committed after it. The next call asks the record instead.
-    if (status == ERROR_SUCCESS)
-        m_stampValid = false;
+    // The cache now knows of every change up to this commit's. If another process may already
+    // have committed after it, the next call asks the record instead of the stamp.
+    if (status == ERROR_SUCCESS) {
+        m_stamp = committed;
+        m_stampValid = exact && m_database->HasChangeRecord();
+    }
     m_pending.clear();
     m_cacheUsable = false;
     return status;

@@ -6,15 +6,18 @@
 // transaction. The key-level operations run only inside Read or Write, which hold the lock.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <type_traits>
 #include <string>
 #include <vector>
 
 #include "registry/Database.h"
 #include "registry/HiveCache.h"
 #include "registry/Records.h"
+#include "registry/WriterLock.h"
 
 namespace TesselPlatform::Registry {
 
@@ -32,20 +35,20 @@ public:
         return status != ERROR_SUCCESS ? status : body();
     }
 
-    // Runs body() inside one write transaction, committed if it returns ERROR_SUCCESS and rolled
-    // back otherwise. Without create, a hive whose file doesn't exist answers absentStatus
-    // instead of being made.
+    // Runs body() as one atomic change: committed if it returns ERROR_SUCCESS, undone otherwise,
+    // and returns only once the commit that holds it is done. Writes that several threads make
+    // at once share one transaction, each in a savepoint of its own, and body() may run in
+    // another thread of the process. Without create, a hive whose file doesn't exist answers
+    // absentStatus instead of being made.
     template <typename Body>
     LONG Write(bool create, LONG absentStatus, Body&& body)
     {
-        std::lock_guard<std::mutex> guard(m_lock);
-        LONG status = BeginWrite(create);
-        if (status != ERROR_SUCCESS)
-            return status;
-        if (!m_database)
-            return absentStatus;
-        status = body();
-        return EndWrite(status);
+        PendingWrite write;
+        write.create = create;
+        write.absentStatus = absentStatus;
+        write.body = &body;
+        write.run = [](void* context) -> LONG { return (*static_cast<std::remove_reference_t<Body>*>(context))(); };
+        return Commit(write);
     }
 
     // Lookups. KEY_DELETED when the key is gone; FILE_NOT_FOUND when a child or value is missing.
@@ -76,15 +79,36 @@ public:
     LONG SetAccess(std::int64_t key, REGSAM granted);
 
 private:
+    // A modifying call waiting for the transaction that will hold it.
+    struct PendingWrite {
+        bool create = false;
+        LONG absentStatus = ERROR_FILE_NOT_FOUND;
+        void* body = nullptr;
+        LONG (*run)(void* body) = nullptr;
+        LONG status = ERROR_SUCCESS;
+        bool done = false; // committed or failed: status says which
+        bool lead = false; // this call's thread is to commit the next batch
+        std::condition_variable wake;
+    };
+
     explicit Hive(HiveId id) : m_id(id) {}
     static Hive* const* All();
     static void LockAllForFork();
     static void UnlockAllAfterFork();
+    static void ResetAllInChild();
     static const int s_forkHandlers;
     // The process's last use of its hives: their WAL goes into their database files.
     static void CheckpointAllAtExit();
     static const int s_exitHandler;
 
+    LONG Commit(PendingWrite& write);
+    // Commits what is queued, with the lock held on entry and on return.
+    void CommitQueued(std::unique_lock<std::mutex>& lock);
+    void CommitBatch(const std::vector<PendingWrite*>& batch);
+    LONG RunBody(PendingWrite& write);
+    // Copies the WAL into the database file on the checkpoint connection, unless another thread
+    // of the process is doing so already. Called without the hive's lock.
+    void CheckpointAside();
     LONG BeginRead();
     LONG BeginWrite(bool create);
     LONG EndWrite(LONG status);
@@ -110,6 +134,14 @@ private:
     bool m_cacheUsable = false;   // this call may read and fill the cache
     std::vector<ChangeRecord> m_pending; // the open transaction's changes, dropped again if it fails
     std::int64_t m_lastRecorded = 0;     // the open transaction's last change
+    std::vector<PendingWrite*> m_queue;  // writes waiting for the next batch
+    bool m_committing = false;           // a thread is committing a batch; the queue waits for it
+    WriterLock m_writerLock;             // taken across processes before each batch
+    bool m_writerLockTried = false;
+    // A connection of its own for checkpoints, so that the fsyncs they make don't hold up the
+    // process's other calls; its lock is taken without the hive's.
+    std::mutex m_checkpointLock;
+    std::unique_ptr<Database> m_checkpointer;
     ValueRecord m_scratchValue; // a value read past the cache
     SubKeyEntry m_scratchSubKey; // a sub-key read past the cache
     std::shared_ptr<const SubKeyList> m_enumerated; // keeps the list that SubKeyAt pointed into

@@ -6,7 +6,9 @@
 
 #ifndef _WIN32
 
+#include <chrono>
 #include <poll.h>
+#include <thread>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -277,6 +279,63 @@ TEST(RegistryCoherence, EnumerationStaysLinearWhileAnotherProcessWritesElsewhere
         EXPECT_EQ(0, WaitForChild(writer));
         EXPECT_EQ(0, failures);
     }
+}
+
+// Checks that calls which share one transaction are each one atomic change. A child process
+// stops while it holds the writers' lock, so that calls from four threads here queue up and go
+// into one transaction when it lets go; the failure seam then fails one database step of that
+// transaction, step after step. Every call either reports success and has made all three levels
+// of its path, or reports failure and has made none of them, whatever the others did.
+TEST(RegistryCoherence, CallsThatShareATransactionSucceedOrFailEachAlone)
+{
+    constexpr int kThreads = 4;
+    ScopedKey base;
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, L"Software\\Shared", base));
+    int failed = 0;
+    for (DWORD step = 1; step <= 40; ++step) {
+        SCOPED_TRACE(step);
+        const pid_t holder = fork();
+        ASSERT_GE(holder, 0);
+        if (holder == 0) {
+            TesselRegInjectFailure(kStopHere, 1);
+            _exit(SetDword(base.Get(), L"holder", step) == ERROR_SUCCESS ? 0 : 1);
+        }
+        ChildGuard guard(holder);
+        int how = 0;
+        ASSERT_EQ(holder, waitpid(holder, &how, WUNTRACED));
+        ASSERT_TRUE(WIFSTOPPED(how));
+        std::vector<LONG> outcomes(kThreads, ERROR_SUCCESS);
+        std::vector<std::wstring> tops;
+        for (int t = 0; t < kThreads; ++t)
+            tops.push_back(L"s" + std::to_wstring(step) + L"t" + std::to_wstring(t));
+        std::vector<std::thread> threads;
+        for (int t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&, t] {
+                ScopedKey made;
+                outcomes[t] = CreateKey(base.Get(), (tops[t] + L"\\b\\c").c_str(), made);
+            });
+        }
+        // Time for the threads to queue behind the stopped holder; fewer only make the batch smaller.
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        TesselRegInjectFailure(kSqliteIoError, step);
+        kill(holder, SIGCONT);
+        for (std::thread& thread : threads)
+            thread.join();
+        TesselRegInjectFailure(0, 0);
+        EXPECT_EQ(0, WaitForChild(holder));
+        for (int t = 0; t < kThreads; ++t) {
+            SCOPED_TRACE(t);
+            ScopedKey deepest, first;
+            if (outcomes[t] == ERROR_SUCCESS) {
+                EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(base.Get(), (tops[t] + L"\\b\\c").c_str(), 0, KEY_READ, deepest.Put()));
+            } else {
+                ++failed;
+                EXPECT_EQ(ERROR_REGISTRY_IO_FAILED, outcomes[t]);
+                EXPECT_EQ(ERROR_FILE_NOT_FOUND, RegOpenKeyExW(base.Get(), tops[t].c_str(), 0, KEY_READ, first.Put()));
+            }
+        }
+    }
+    EXPECT_GT(failed, 0) << "the seam made nothing fail";
 }
 
 } // namespace
