@@ -40,19 +40,34 @@ LONG Database::ListValues(std::int64_t key, ValueList& out)
 LONG Database::UpsertValue(std::int64_t key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
                            std::size_t size)
 {
+    const std::int64_t written = FileTimeNow();
+    {
+        // Most writes replace a value that is there: one statement, which keeps its place and name.
+        Statement update = Use(Sql::ValueUpdate, "UPDATE value SET type = ?3, data = ?4, written = ?5 "
+                                                 "WHERE key = ?1 AND fold = ?2");
+        update.Bind(1, key);
+        update.BindBlob(2, fold);
+        update.Bind(3, type);
+        update.BindBlob(4, data, size);
+        update.Bind(5, written);
+        const int result = update.Step();
+        if (result != SQLITE_DONE)
+            return Fail(result);
+        if (sqlite3_changes(m_connection) != 0)
+            return ERROR_SUCCESS;
+    }
+    // A new value goes behind the key's others.
     const std::string storedName = ToStoredBytes(name);
-    Statement upsert = Use(Sql::ValueUpsert,
-                           "INSERT INTO value(key, fold, seq, name, type, data, written) "
-                           "VALUES(?1, ?2, (SELECT IFNULL(MAX(seq), 0) + 1 FROM value WHERE key = ?1), ?3, ?4, ?5, ?6) "
-                           "ON CONFLICT(key, fold) DO UPDATE SET type = excluded.type, data = excluded.data, "
-                           "written = excluded.written");
-    upsert.Bind(1, key);
-    upsert.BindBlob(2, fold);
-    upsert.BindBlob(3, storedName);
-    upsert.Bind(4, type);
-    upsert.BindBlob(5, data, size);
-    upsert.Bind(6, FileTimeNow());
-    const int result = upsert.Step();
+    Statement insert = Use(Sql::ValueInsert, "INSERT INTO value(key, fold, seq, name, type, data, written) "
+                                             "VALUES(?1, ?2, (SELECT IFNULL(MAX(seq), 0) + 1 FROM value WHERE key = ?1), "
+                                             "?3, ?4, ?5, ?6)");
+    insert.Bind(1, key);
+    insert.BindBlob(2, fold);
+    insert.BindBlob(3, storedName);
+    insert.Bind(4, type);
+    insert.BindBlob(5, data, size);
+    insert.Bind(6, written);
+    const int result = insert.Step();
     return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
 }
 

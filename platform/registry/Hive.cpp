@@ -21,8 +21,10 @@ constexpr std::size_t kChildLookupsBeforeList = 4096;
 // Set once the process has begun to exit: a write after that checkpoints at once.
 std::atomic<bool> g_exiting{false};
 
-// The WAL is copied into the database file once it holds this many pages, as SQLite would.
-constexpr std::uint32_t kCheckpointFrames = 1000;
+// The WAL is copied into the database file (and synced) once this many pages wait: about as many
+// commits apart as SQLite's default of 1,000 pages puts commits of one page, since a commit here
+// writes two or three.
+constexpr std::uint32_t kCheckpointFrames = 2500;
 
 } // namespace
 

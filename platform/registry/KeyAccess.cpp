@@ -142,8 +142,9 @@ LONG Walk(Hive& hive, HiveId id, const KeyRecord& start, const std::vector<Utf16
     static const std::string redirectFold = FoldKey(redirectName);
 
     KeyRecord current = start;
+    thread_local std::string fold; // its buffer kept from name to name and call to call
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        const std::string fold = FoldKey(parts[i]);
+        FoldKey(parts[i], fold);
         const bool last = i + 1 == parts.size();
 
         // Steps into name below current, making it if allowed.

@@ -63,7 +63,8 @@ LSTATUS WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD /*ulOptions*/, R
         *phkResult = hKey;
         return ERROR_SUCCESS;
     }
-    std::vector<Utf16> parts;
+    // Kept from call to call: an open of a path like the last one allocates nothing for it.
+    thread_local std::vector<Utf16> parts;
     status = SplitPath(lpSubKey, parts);
     if (status != ERROR_SUCCESS)
         return status;
@@ -87,7 +88,7 @@ LSTATUS WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD /*Reserved*/, 
         return status;
     if (IsPerformance(target))
         return ERROR_ACCESS_DENIED;
-    std::vector<Utf16> parts;
+    thread_local std::vector<Utf16> parts;
     status = SplitPath(lpSubKey, parts);
     if (status != ERROR_SUCCESS)
         return status;

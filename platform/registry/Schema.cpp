@@ -104,16 +104,17 @@ int ReadSchemaVersion(sqlite3* connection, int& version)
 
 int CreateSchema(sqlite3* connection)
 {
-    // The journal mode sticks to the file; set it before the schema so that even the first
-    // transaction goes through the WAL. Processes racing to make one hive all get here, and
-    // the switch answers SQLITE_BUSY without calling the busy handler: wait here instead, as
-    // long as the busy handler would.
+    // Pages of 1 KiB: a hive's rows are small, and every commit writes each page it touched to
+    // the WAL whole, the change record's page beside the value's. The journal mode sticks to the
+    // file; set it before the schema so that even the first transaction goes through the WAL.
+    // Processes racing to make one hive all get here, and the switch answers SQLITE_BUSY without
+    // calling the busy handler: wait here instead, as long as the busy handler would.
     int result = SQLITE_BUSY;
     for (int waited = 0; waited < kBusyMilliseconds && (result == SQLITE_BUSY || result == SQLITE_LOCKED);
          waited += kRetryMilliseconds) {
         if (waited != 0)
             sqlite3_sleep(kRetryMilliseconds);
-        result = Exec(connection, "PRAGMA journal_mode=WAL");
+        result = Exec(connection, "PRAGMA page_size=1024; PRAGMA journal_mode=WAL");
     }
     if (result != SQLITE_OK)
         return result;
