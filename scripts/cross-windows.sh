@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Cross-builds the Windows DLL with MinGW-w64 and checks that it imports nothing but the
-# system DLLs.
+# system DLLs. Warnings are errors when TESSEL_WERROR=ON is in the environment, as in CI.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/bootstrap.sh --windows
 
 build=build-windows
 cmake -S . -B "$build" -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake -DCMAKE_BUILD_TYPE=Release \
-  -DTESSEL_BUILD_TESTS=OFF -DTESSEL_BUILD_BENCHMARKS=OFF >/dev/null
+  -DBUILD_TESTING=OFF -DTESSEL_BUILD_BENCHMARKS=OFF \
+  -DTESSEL_WERROR="${TESSEL_WERROR:-OFF}" >/dev/null
 cmake --build "$build" -j"$(nproc)"
 
 dll=$(find "$build" -name 'libKavorTesselUtils*.dll' -o -name 'KavorTesselUtils*.dll' | head -n 1)

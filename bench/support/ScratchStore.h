@@ -2,6 +2,8 @@
 // the caller named one, and removes that directory when the benchmark is done.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <ftw.h>
@@ -36,5 +38,17 @@ private:
 
     std::string m_directory; // made here, so removed here; empty when the caller named one
 };
+
+// The whole main of a benchmark program that needs nothing but its own data: a scratch store
+// unless TESSEL_REGISTRY_DIR names one, the data that populate writes, then the benchmarks.
+inline int RunOnScratchStore(int argc, char** argv, void (*populate)())
+{
+    const ScratchStore store;
+    populate();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
 
 } // namespace TesselBench

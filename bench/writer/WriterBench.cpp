@@ -176,13 +176,7 @@ BENCHMARK(Library_CopyRegistryTree)->Unit(benchmark::kMillisecond)->Iterations(3
 
 } // namespace
 
-// Runs against a scratch store unless TESSEL_REGISTRY_DIR names one.
 int main(int argc, char** argv)
 {
-    const TesselBench::ScratchStore store;
-    Populate();
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return TesselBench::RunOnScratchStore(argc, argv, Populate);
 }

@@ -2,12 +2,16 @@
 // leaves it for the thread, and GetErrorInfo hands it to the first reader. Implementation here
 // must contain only generic UNIX code.
 
-#include <atomic>
 #include <new>
 
 #include "TesselPlatform/Com.h"
+#include "com/RefCounted.h"
 
 namespace {
+
+using TesselPlatform::Com::Implements;
+using TesselPlatform::Com::Lifetime;
+using TesselPlatform::Com::RefCounted;
 
 // Replaces a stored text by a copy of the new one; a null text stays null.
 HRESULT StoreText(BSTR& stored, LPCOLESTR text)
@@ -36,42 +40,15 @@ HRESULT CopyText(BSTR stored, BSTR* out)
 }
 
 // One object with both sides, as the system's: the writer fills it, the reader reads it.
-class ErrorObject final : public IErrorInfo, public ICreateErrorInfo {
+class ErrorObject final : public RefCounted<Lifetime::DeleteAtLastRelease, Implements<IErrorInfo, IID_IErrorInfo>,
+                                            Implements<ICreateErrorInfo, IID_ICreateErrorInfo>> {
 public:
     ErrorObject() = default;
-    ErrorObject(const ErrorObject&) = delete;
-    ErrorObject& operator=(const ErrorObject&) = delete;
-    virtual ~ErrorObject()
+    ~ErrorObject() override
     {
         SysFreeString(m_source);
         SysFreeString(m_description);
         SysFreeString(m_helpFile);
-    }
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppvObject) override
-    {
-        if (ppvObject == nullptr)
-            return E_POINTER;
-        if (IsEqualGUID(riid, IID_IUnknown) || IsEqualGUID(riid, IID_IErrorInfo)) {
-            *ppvObject = static_cast<IErrorInfo*>(this);
-        } else if (IsEqualGUID(riid, IID_ICreateErrorInfo)) {
-            *ppvObject = static_cast<ICreateErrorInfo*>(this);
-        } else {
-            *ppvObject = nullptr;
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
-
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        const ULONG left = --m_references;
-        if (left == 0)
-            delete this;
-        return left;
     }
 
     HRESULT STDMETHODCALLTYPE GetGUID(GUID* pGUID) override
@@ -113,7 +90,6 @@ public:
     }
 
 private:
-    std::atomic<ULONG> m_references{1};
     GUID m_guid = {};
     BSTR m_source = nullptr;
     BSTR m_description = nullptr;

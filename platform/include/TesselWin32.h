@@ -14,21 +14,15 @@
 #  include <comcat.h>
 #  include <oleauto.h>
 #  include <shlwapi.h>
+// The loader calls DllMain's detach before the module's static objects end: nothing to mark.
+#  define TESSEL_OUTLIVES_LOAD_HOOK
 #else
 #  include "TesselPlatform/Types.h"
 #  include "TesselPlatform/Errors.h"
+#  include "TesselPlatform/System.h"
 #  include "TesselPlatform/Text.h"
 #  include "TesselPlatform/Registry.h"
-#  if __has_include("TesselPlatform/System.h")
-#    include "TesselPlatform/System.h"
-#  endif
-#  if __has_include("TesselPlatform/Com.h")
-#    include "TesselPlatform/Com.h"
-#  endif
-#  if __has_include("TesselPlatform/ComRuntime.h")
-#    include "TesselPlatform/ComRuntime.h"
-#  endif
-#  if __has_include("TesselPlatform/Module.h")
-#    include "TesselPlatform/Module.h"
-#  endif
+#  include "TesselPlatform/Com.h"
+#  include "TesselPlatform/ComRuntime.h"
+#  include "TesselPlatform/Module.h"
 #endif

@@ -14,7 +14,9 @@
 #include <vector>
 
 #include "TesselPlatform/Module.h"
+#include "TesselPlatform/System.h"
 #include "module/ModuleInternal.h"
+#include "text/Utf8Strings.h"
 
 namespace {
 
@@ -102,29 +104,7 @@ HMODULE ToHandle(std::uintptr_t base)
 
 } // namespace
 
-namespace TesselModule {
-
-std::string ToUtf8(LPCWSTR text)
-{
-    const int needed = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (needed <= 0)
-        return std::string();
-    std::string result(static_cast<std::size_t>(needed), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), needed, nullptr, nullptr);
-    result.resize(static_cast<std::size_t>(needed - 1));
-    return result;
-}
-
-std::wstring ToWide(const std::string& text)
-{
-    const int needed = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
-    if (needed <= 0)
-        return std::wstring();
-    std::wstring result(static_cast<std::size_t>(needed), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), needed);
-    result.resize(static_cast<std::size_t>(needed - 1));
-    return result;
-}
+namespace TesselPlatform::Module {
 
 std::uintptr_t ExecutableBase()
 {
@@ -140,7 +120,7 @@ std::uintptr_t ModuleBaseOf(const void* address)
     return reinterpret_cast<std::uintptr_t>(info.dli_fbase);
 }
 
-} // namespace TesselModule
+} // namespace TesselPlatform::Module
 
 extern "C" {
 
@@ -149,7 +129,7 @@ HMODULE WINAPI GetModuleHandleW(LPCWSTR lpModuleName)
     const auto objects = LoadedObjects();
     if (lpModuleName == nullptr)
         return objects.empty() ? nullptr : ToHandle(objects.front().base);
-    const std::string wanted = TesselModule::ToUtf8(lpModuleName);
+    const std::string wanted = TesselPlatform::Text::ToUtf8(lpModuleName);
     const bool byPath = wanted.find('/') != std::string::npos;
     const std::string canonical = byPath ? CanonicalPath(wanted) : wanted;
     for (const auto& object : objects) {
@@ -169,7 +149,7 @@ BOOL WINAPI GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phM
     *phModule = nullptr;
     HMODULE module = nullptr;
     if ((dwFlags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) != 0) {
-        module = ToHandle(TesselModule::ModuleBaseOf(lpModuleName));
+        module = ToHandle(TesselPlatform::Module::ModuleBaseOf(lpModuleName));
         if (module == nullptr)
             SetLastError(ERROR_MOD_NOT_FOUND);
     } else {
@@ -200,7 +180,7 @@ DWORD WINAPI GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize)
         SetLastError(ERROR_INSUFFICIENT_BUFFER);
         return 0;
     }
-    const std::wstring path = TesselModule::ToWide(object->path);
+    const std::wstring path = TesselPlatform::Text::ToWide(object->path);
     if (path.size() >= nSize) {
         path.copy(lpFilename, nSize - 1);
         lpFilename[nSize - 1] = L'\0';
@@ -219,7 +199,7 @@ HMODULE WINAPI LoadLibraryExW(LPCWSTR lpLibFileName, HANDLE hFile, DWORD)
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }
-    const std::string path = TesselModule::ToUtf8(lpLibFileName);
+    const std::string path = TesselPlatform::Text::ToUtf8(lpLibFileName);
     const std::lock_guard<std::recursive_mutex> lock(g_referencesMutex);
     // The executable cannot be opened a second time by the loader, and an object that is mapped
     // already needs no second mapping: either only gains a reference.
@@ -235,7 +215,7 @@ HMODULE WINAPI LoadLibraryExW(LPCWSTR lpLibFileName, HANDLE hFile, DWORD)
     struct link_map* map = nullptr;
     std::uintptr_t base = 0;
     if (dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0 && map != nullptr)
-        base = TesselModule::ModuleBaseOf(map->l_ld);
+        base = TesselPlatform::Module::ModuleBaseOf(map->l_ld);
     if (base == 0) {
         dlclose(handle);
         SetLastError(ERROR_BAD_EXE_FORMAT);
@@ -295,6 +275,16 @@ FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName)
         return nullptr;
     }
     return reinterpret_cast<FARPROC>(symbol);
+}
+
+// Threads are never announced to modules here, so there is nothing to turn off.
+BOOL WINAPI DisableThreadLibraryCalls(HMODULE hLibModule)
+{
+    if (hLibModule == nullptr) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    return TRUE;
 }
 
 } // extern "C"

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "TesselPlatform/Module.h"
+#include "TesselPlatform/System.h"
+#include "TesselPlatform/Text.h"
 #include "module/ModuleInternal.h"
 
 namespace {
@@ -54,7 +56,8 @@ bool SameName(LPCWSTR wanted, LPCWSTR held)
     const bool heldIsNumber = NumericForm(held, &heldNumber);
     if (wantedIsNumber || heldIsNumber)
         return wantedIsNumber && heldIsNumber && wantedNumber == heldNumber;
-    return _wcsicmp(wanted, held) == 0;
+    // The system's comparison, not the runtime's: resource names don't change with the locale.
+    return lstrcmpiW(wanted, held) == 0;
 }
 
 const TESSEL_RESOURCE* EntryOf(HRSRC resource)
@@ -68,7 +71,7 @@ extern "C" {
 
 BOOL WINAPI TesselRegisterModuleResources(const TESSEL_RESOURCE* table, DWORD count)
 {
-    const std::uintptr_t module = table != nullptr ? TesselModule::ModuleBaseOf(table) : 0;
+    const std::uintptr_t module = table != nullptr ? TesselPlatform::Module::ModuleBaseOf(table) : 0;
     if (module == 0) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
@@ -97,7 +100,7 @@ HRSRC WINAPI FindResourceW(HMODULE hModule, LPCWSTR lpName, LPCWSTR lpType)
         return nullptr;
     }
     const std::uintptr_t module =
-        hModule != nullptr ? reinterpret_cast<std::uintptr_t>(hModule) : TesselModule::ExecutableBase();
+        hModule != nullptr ? reinterpret_cast<std::uintptr_t>(hModule) : TesselPlatform::Module::ExecutableBase();
     bool typeSeen = false;
     const std::lock_guard<std::mutex> lock(g_registrationsMutex);
     for (const auto& registration : Registrations()) {

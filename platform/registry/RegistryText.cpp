@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "text/Utf16Codec.h"
+
 namespace TesselPlatform::Registry {
 
 namespace {
@@ -56,17 +58,12 @@ bool ToUtf16(const wchar_t* text, Utf16& out)
 bool ToUtf16(const wchar_t* text, std::size_t length, Utf16& out)
 {
     out.clear();
+    char16_t units[2];
     for (const wchar_t* p = text; p != text + length; ++p) {
-        const std::uint32_t code = static_cast<std::uint32_t>(*p);
-        if (code < 0x10000) {
-            out.push_back(static_cast<char16_t>(code));
-        } else if (code <= 0x10FFFF) {
-            const std::uint32_t offset = code - 0x10000;
-            out.push_back(static_cast<char16_t>(0xD800 + (offset >> 10)));
-            out.push_back(static_cast<char16_t>(0xDC00 + (offset & 0x3FF)));
-        } else {
+        const std::size_t count = TesselPlatform::Text::EncodeUtf16(static_cast<char32_t>(*p), units);
+        if (count == 0)
             return false;
-        }
+        out.append(units, count);
     }
     return true;
 }

@@ -6,7 +6,6 @@
 
 #include "MessageTable.h"
 #include "TesselPlatform/System.h"
-#include "TesselPlatform/Text.h"
 
 namespace {
 
@@ -37,7 +36,7 @@ DWORD WINAPI FormatMessageW(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, 
         return Fail(ERROR_INVALID_PARAMETER);
     if (!IsKnownLanguage(dwLanguageId))
         return Fail(ERROR_RESOURCE_LANG_NOT_FOUND);
-    const wchar_t* message = TesselPlatform::FindSystemMessage(dwMessageId);
+    const wchar_t* message = TesselPlatform::System::FindSystemMessage(dwMessageId);
     if (message == nullptr)
         return Fail(ERROR_MR_MID_NOT_FOUND);
 

@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "TesselPlatform/System.h"
-#include "TesselPlatform/Text.h"
 
 extern "C" {
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace TesselPlatform {
+namespace TesselPlatform::System {
 
 namespace {
 
@@ -95,4 +95,4 @@ const wchar_t* FindSystemMessage(DWORD messageId)
     return nullptr;
 }
 
-} // namespace TesselPlatform
+} // namespace TesselPlatform::System

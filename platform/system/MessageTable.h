@@ -3,10 +3,10 @@
 
 #include "TesselPlatform/Types.h"
 
-namespace TesselPlatform {
+namespace TesselPlatform::System {
 
 // The text of a Win32 code or an HRESULT, without the CR LF that FormatMessageW adds, or null if
 // the system has none. An HRESULT of FACILITY_WIN32 finds the text of its Win32 code.
 const wchar_t* FindSystemMessage(DWORD messageId);
 
-} // namespace TesselPlatform
+} // namespace TesselPlatform::System

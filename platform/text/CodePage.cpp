@@ -6,12 +6,13 @@
 #include <cstring>
 #include <cwchar>
 
+#include "TesselPlatform/System.h"
 #include "TesselPlatform/Text.h"
 #include "text/Utf8Codec.h"
 
 namespace {
 
-using namespace Tessel::PlatformText;
+using namespace TesselPlatform::Text;
 
 static_assert(sizeof(wchar_t) == 4, "the platform layer's wide text is UTF-32");
 
@@ -51,8 +52,7 @@ WideStep ReadWide(const wchar_t* text, std::size_t available)
     if (!IsSurrogate(c))
         return {c, 1, c <= kMaxCodePoint};
     if (IsHighSurrogate(c) && available > 1 && IsLowSurrogate(static_cast<char32_t>(text[1]))) {
-        const char32_t low = static_cast<char32_t>(text[1]);
-        return {0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00), 2, true};
+        return {CombineSurrogates(c, static_cast<char32_t>(text[1])), 2, true};
     }
     return {c, 1, false};
 }

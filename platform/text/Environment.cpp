@@ -7,12 +7,13 @@
 #include <new>
 #include <string>
 
+#include "TesselPlatform/System.h"
 #include "TesselPlatform/Text.h"
 #include "text/Utf8Codec.h"
 
 namespace {
 
-using namespace Tessel::PlatformText;
+using namespace TesselPlatform::Text;
 
 // Appends the value of the variable, or gives false when there is none. Names are the
 // environment's own, so their case matters here.

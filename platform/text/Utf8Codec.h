@@ -5,31 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace Tessel::PlatformText {
+#include "text/Utf16Codec.h"
 
-constexpr char32_t kReplacementCharacter = 0xFFFD;
-constexpr char32_t kMaxCodePoint = 0x10FFFF;
+namespace TesselPlatform::Text {
 
 struct Utf8Step {
     char32_t codePoint; // the decoded character, or U+FFFD when the bytes are ill-formed
     std::size_t length; // bytes consumed, at least 1 when any input was left
     bool valid;
 };
-
-inline bool IsSurrogate(char32_t c)
-{
-    return c >= 0xD800 && c <= 0xDFFF;
-}
-
-inline bool IsHighSurrogate(char32_t c)
-{
-    return c >= 0xD800 && c <= 0xDBFF;
-}
-
-inline bool IsLowSurrogate(char32_t c)
-{
-    return c >= 0xDC00 && c <= 0xDFFF;
-}
 
 inline bool IsContinuation(unsigned char byte)
 {
@@ -124,4 +108,4 @@ inline std::size_t EncodeUtf8(char32_t c, char* out)
     return 4;
 }
 
-} // namespace Tessel::PlatformText
+} // namespace TesselPlatform::Text

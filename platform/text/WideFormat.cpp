@@ -17,8 +17,8 @@
 
 namespace {
 
-using Tessel::PlatformText::DecodeUtf8;
-using Tessel::PlatformText::kReplacementCharacter;
+using TesselPlatform::Text::DecodeUtf8;
+using TesselPlatform::Text::kReplacementCharacter;
 
 static_assert(sizeof(wchar_t) == 4, "the platform layer's wide text is UTF-32");
 

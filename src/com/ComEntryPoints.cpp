@@ -69,10 +69,10 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID)
 #else
 namespace {
 
-// Stands in for the loader's DllMain calls. Static objects start in link order and end in the
-// reverse order, and this unit links after every unit with objects that detach needs (the
-// singletons' locks above all): so attach runs after they are made, and detach before they
-// end, at dlclose and at process exit alike.
+// Stands in for the loader's DllMain calls, at dlclose and at process exit alike. The objects
+// that detach needs are made before this one and end after it: those of this unit because they
+// are defined above it, the singletons' locks because their definitions (SingletonLocks.cpp)
+// carry TESSEL_OUTLIVES_LOAD_HOOK. The order in which the units are linked plays no part.
 class LoadHook {
 public:
     LoadHook() { ModuleMain(ATL::g_comTableState.m_imageHandle, DLL_PROCESS_ATTACH); }

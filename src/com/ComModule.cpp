@@ -22,6 +22,9 @@ const CLSID kClsidStdComponentCategoriesMgr = {0x0002E005, 0x0000, 0x0000,
                                                {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID kIidCatRegister = {0x0002E012, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
+// A GUID in braces with its terminator.
+constexpr int kGuidTextSize = 39;
+
 // The image that holds this code, whichever module it is linked into.
 HINSTANCE OwnImage()
 {
@@ -39,10 +42,8 @@ bool IsNullGuid(REFGUID guid)
 
 std::wstring GuidText(REFGUID guid)
 {
-    wchar_t text[40];
-    swprintf_s(text, 40, L"{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", static_cast<unsigned>(guid.Data1),
-               guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1], guid.Data4[2], guid.Data4[3], guid.Data4[4],
-               guid.Data4[5], guid.Data4[6], guid.Data4[7]);
+    wchar_t text[kGuidTextSize];
+    StringFromGUID2(guid, text, kGuidTextSize);
     return text;
 }
 

@@ -8,6 +8,7 @@
 #include <cwctype>
 
 #include "TesselWin32.h"
+#include "common/DigitValue.h"
 
 namespace Tessel::Detail {
 
@@ -21,17 +22,6 @@ struct Long32Digits {
     const wchar_t* end = nullptr;
 };
 
-inline int Long32DigitValue(wchar_t c)
-{
-    if (c >= L'0' && c <= L'9')
-        return c - L'0';
-    if (c >= L'a' && c <= L'z')
-        return c - L'a' + 10;
-    if (c >= L'A' && c <= L'Z')
-        return c - L'A' + 10;
-    return 99;
-}
-
 inline Long32Digits ReadLong32Digits(const wchar_t* text, int base)
 {
     Long32Digits result;
@@ -41,14 +31,14 @@ inline Long32Digits ReadLong32Digits(const wchar_t* text, int base)
     if (*p == L'-' || *p == L'+')
         result.negative = *p++ == L'-';
 
-    const bool hexPrefix = p[0] == L'0' && (p[1] == L'x' || p[1] == L'X') && Long32DigitValue(p[2]) < 16;
+    const bool hexPrefix = p[0] == L'0' && (p[1] == L'x' || p[1] == L'X') && DigitValue(p[2]) < 16;
     if (base == 0)
         base = hexPrefix ? 16 : (p[0] == L'0' ? 8 : 10);
     if (base == 16 && hexPrefix)
         p += 2;
 
     const wchar_t* digits = p;
-    for (int digit = Long32DigitValue(*p); digit < base; digit = Long32DigitValue(*++p)) {
+    for (int digit = DigitValue(*p); digit < base; digit = DigitValue(*++p)) {
         if (result.overflow)
             continue;
         result.magnitude = result.magnitude * static_cast<unsigned>(base) + static_cast<unsigned>(digit);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -27,33 +28,121 @@ inline char32_t Utf16UnitAt(const BYTE* data, std::size_t index)
     return static_cast<char32_t>(data[2 * index]) | (static_cast<char32_t>(data[2 * index + 1]) << 8);
 }
 
+// Nonzero exactly when one of the four 16-bit units in word is zero, whatever the byte order:
+// four units are tested in one step, so that the common text needs no test per character.
+inline std::uint64_t AnyZeroUnit(std::uint64_t word)
+{
+    return (word - 0x0001000100010001u) & ~word & 0x8000800080008000u;
+}
+
+// Nonzero exactly when one of the four 16-bit units in word is a surrogate.
+inline std::uint64_t AnySurrogateUnit(std::uint64_t word)
+{
+    return AnyZeroUnit((word & 0xF800F800F800F800u) ^ 0xD800D800D800D800u);
+}
+
+inline std::uint64_t FourUnitsAt(const BYTE* data, std::size_t index)
+{
+    std::uint64_t word;
+    std::memcpy(&word, data + 2 * index, sizeof word);
+    return word;
+}
+
+// How many units from the start are neither surrogates nor, with stopAtNul, NUL, in whole blocks
+// of four: each of them is one character. Four units are tested in one step.
+inline std::size_t PlainUnits(const BYTE* data, std::size_t units, bool stopAtNul)
+{
+    std::size_t i = 0;
+    while (i + 4 <= units) {
+        const std::uint64_t word = FourUnitsAt(data, i);
+        if ((AnySurrogateUnit(word) | (stopAtNul ? AnyZeroUnit(word) : 0)) != 0)
+            break;
+        i += 4;
+    }
+    return i;
+}
+
+// Widens count units that PlainUnits has passed, one character each.
+inline void WidenPlainUnits(const BYTE* data, std::size_t count, wchar_t* out)
+{
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    for (std::size_t k = 0; k < count; ++k)
+        out[k] = static_cast<wchar_t>(Utf16UnitAt(data, k));
+#else
+    // The data's byte order is the host's: a plain widening copy, which compilers vectorise.
+    for (std::size_t k = 0; k < count; ++k) {
+        std::uint16_t unit;
+        std::memcpy(&unit, data + 2 * k, sizeof unit);
+        out[k] = static_cast<wchar_t>(unit);
+    }
+#endif
+}
+
+// Widens units of UTF-16LE data into out, which has room for as many wchar_t, pairing
+// surrogates; with stopAtNul the first NUL unit ends the text. Gives the wchar_t written. For a
+// 32-bit wchar_t only.
+inline std::size_t WidenUtf16(const BYTE* data, std::size_t units, bool stopAtNul, wchar_t* out)
+{
+    std::size_t length = 0;
+    std::size_t i = 0;
+    for (;;) {
+        // The common text, and the read path's, is one plain run up to its last few units.
+        const std::size_t plain = PlainUnits(data + 2 * i, units - i, stopAtNul);
+        WidenPlainUnits(data + 2 * i, plain, out + length);
+        length += plain;
+        i += plain;
+        if (i == units)
+            return length;
+        char32_t unit = Utf16UnitAt(data, i);
+        if (unit == 0 && stopAtNul)
+            return length;
+        if (IsHighSurrogateUnit(unit) && i + 1 < units && IsLowSurrogateUnit(Utf16UnitAt(data, i + 1))) {
+            unit = 0x10000 + ((unit - 0xD800) << 10) + (Utf16UnitAt(data, i + 1) - 0xDC00);
+            ++i;
+        }
+        out[length++] = static_cast<wchar_t>(unit);
+        ++i;
+    }
+}
+
+// The text of units of UTF-16LE data, up to the first NUL unit if stopAtNul.
+inline std::wstring WideFromUtf16Units(const BYTE* data, std::size_t units, bool stopAtNul)
+{
+    if constexpr (sizeof(wchar_t) == 2) {
+        std::size_t length = 0;
+        while (length < units && (!stopAtNul || data[2 * length] != 0 || data[2 * length + 1] != 0))
+            ++length;
+        std::wstring text(length, L'\0');
+        if (length != 0)
+            std::memcpy(text.data(), data, length * 2);
+        return text;
+    } else {
+        // A short text is widened on the stack, so that the one allocation has its final size.
+        constexpr std::size_t kStackUnits = 128;
+        if (units <= kStackUnits) {
+            wchar_t widened[kStackUnits];
+            return std::wstring(widened, WidenUtf16(data, units, stopAtNul, widened));
+        }
+        std::wstring text(units, L'\0');
+        text.resize(WidenUtf16(data, units, stopAtNul, text.data()));
+        return text;
+    }
+}
+
 // The text in byteCount bytes of UTF-16LE data. An odd last byte is ignored, and NULs are
 // kept like any character: whether the data ends in a terminator is for the caller to decide.
 // A surrogate without its partner is kept as it is, so that any data comes back unchanged
 // through Utf16FromWide.
 inline std::wstring WideFromUtf16(const BYTE* data, std::size_t byteCount)
 {
-    const std::size_t units = data == nullptr ? 0 : byteCount / 2;
-    std::wstring text;
-    if (units == 0)
-        return text;
-    if constexpr (sizeof(wchar_t) == 2) {
-        text.resize(units);
-        std::memcpy(text.data(), data, units * 2);
-    } else {
-        text.resize(units);
-        std::size_t length = 0;
-        for (std::size_t i = 0; i < units; ++i) {
-            char32_t unit = Utf16UnitAt(data, i);
-            if (IsHighSurrogateUnit(unit) && i + 1 < units && IsLowSurrogateUnit(Utf16UnitAt(data, i + 1))) {
-                unit = 0x10000 + ((unit - 0xD800) << 10) + (Utf16UnitAt(data, i + 1) - 0xDC00);
-                ++i;
-            }
-            text[length++] = static_cast<wchar_t>(unit);
-        }
-        text.resize(length);
-    }
-    return text;
+    return WideFromUtf16Units(data, data == nullptr ? 0 : byteCount / 2, false);
+}
+
+// The text of UTF-16LE data up to its first NUL unit, or all of it: what a REG_SZ value holds,
+// whether or not it was stored with its terminator.
+inline std::wstring WideTextFromUtf16(const BYTE* data, std::size_t byteCount)
+{
+    return WideFromUtf16Units(data, data == nullptr ? 0 : byteCount / 2, true);
 }
 
 // The UTF-16 units that the text needs, without a terminator. A wchar_t beyond U+10FFFF, which

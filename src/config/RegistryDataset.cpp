@@ -1,5 +1,6 @@
 // The reader's and the writer's exception tables, opening a dataset, mapping the store's
-// statuses, and the reads of text and numbers.
+// statuses, the reads of text and numbers, and the writer's side: re-opening the key for writing
+// and removing a key tree children first.
 
 #include "config/RegistryDataset.h"
 
@@ -23,6 +24,12 @@ void ThrowAs(const wchar_t* format, const wchar_t* first, const wchar_t* second)
         throw Exception(static_cast<const wchar_t*>(nullptr));
     throw Exception(format, first, second);
 }
+
+// DELETE | KEY_ENUMERATE_SUB_KEYS: enough to list the children and remove the key itself.
+constexpr REGSAM kDeleteTreeAccess = 0x10008;
+
+// Registry key names have at most 255 characters; a longer one gives the status of the store.
+constexpr DWORD kKeyNameCapacity = 256;
 
 struct RootKeyword {
     const wchar_t* keyword;
@@ -67,17 +74,7 @@ struct RegistryDataset::TextValue {
     DWORD type;
 
     // Up to the first NUL or the end of the data, whichever comes first.
-    size_t UnitCount() const
-    {
-        const size_t units = size / 2;
-        for (size_t i = 0; i < units; ++i) {
-            if (bytes[2 * i] == 0 && bytes[2 * i + 1] == 0)
-                return i;
-        }
-        return units;
-    }
-
-    std::wstring Text() const { return WideFromUtf16(bytes, UnitCount() * 2); }
+    std::wstring Text() const { return WideTextFromUtf16(bytes, size); }
 };
 
 RegistryDataset::RegistryDataset(const std::wstring& location, ULONG regOverride, bool mustExist,
@@ -176,7 +173,8 @@ bool RegistryDataset::FetchText(const std::wstring& name, DWORD expectedType, bo
     LONG status = QueryText(name, text);
     if (status == ERROR_SUCCESS && text.type != expectedType)
         status = ERROR_INVALID_DATATYPE;
-    return CheckValueResult(status, name, required, strict);
+    // The common case without a call: CheckValueResult has work only for a failure.
+    return status == ERROR_SUCCESS || CheckValueResult(status, name, required, strict);
 }
 
 LONG RegistryDataset::QueryNumber(const std::wstring& name, unsigned int& number) const
@@ -205,7 +203,8 @@ void RegistryDataset::FetchString(const std::wstring& name, std::wstring& value,
 void RegistryDataset::FetchUInt(const std::wstring& name, unsigned int& value, bool required, bool strict) const
 {
     unsigned int number = 0;
-    if (CheckValueResult(QueryNumber(name, number), name, required, strict))
+    const LONG status = QueryNumber(name, number);
+    if (status == ERROR_SUCCESS || CheckValueResult(status, name, required, strict))
         value = number;
 }
 
@@ -318,6 +317,49 @@ void RegistryDataset::FetchStringCoerced(const std::wstring& name, std::wstring&
     unsigned int number = 0;
     if (CheckValueResult(QueryNumber(name, number), name, required, strict))
         value = std::to_wstring(number);
+}
+
+void RegistryDataset::EnsureWritable()
+{
+    if (m_writable)
+        return;
+    // A key opened for reading can't be upgraded: it is closed, and a failure below leaves the
+    // dataset closed, so that a writer without write rights loses its reads as well.
+    Close();
+    HKEY key = nullptr;
+    const LONG status = RegCreateKeyExW(m_root, m_subKey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                        m_regOverride | kWriteAccess, nullptr, &key, nullptr);
+    if (status != ERROR_SUCCESS)
+        Raise(m_policy->datasetNotFound, L"Cannot open %s", m_subKey.c_str());
+    m_key = key;
+    m_writable = true;
+}
+
+LONG RegistryDataset::DeleteKeyTree(HKEY parent, const wchar_t* subPath) const
+{
+    if (subPath == nullptr || *subPath == L'\0')
+        return ERROR_BADKEY;
+    HKEY key = nullptr;
+    LONG status = RegOpenKeyExW(parent, subPath, 0, m_regOverride | kDeleteTreeAccess, &key);
+    if (status != ERROR_SUCCESS)
+        return status;
+    for (;;) {
+        // Always index 0: every pass removes the first child, and the next one moves up.
+        wchar_t child[kKeyNameCapacity];
+        DWORD capacity = kKeyNameCapacity;
+        status = RegEnumKeyExW(key, 0, child, &capacity, nullptr, nullptr, nullptr, nullptr);
+        if (status == ERROR_NO_MORE_ITEMS) {
+            status = RegDeleteKeyW(parent, subPath);
+            break;
+        }
+        if (status != ERROR_SUCCESS)
+            break;
+        status = DeleteKeyTree(key, child);
+        if (status != ERROR_SUCCESS)
+            break;
+    }
+    RegCloseKey(key);
+    return status;
 }
 
 } // namespace Tessel::Detail

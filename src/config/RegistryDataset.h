@@ -39,6 +39,9 @@ const DatasetPolicy& WriterPolicy();
 // Every fetch takes (name, value, required, strict): a missing parameter leaves value untouched
 // when required is false, and a stored type other than the expected one is an error when strict
 // is true. value is written only when the whole read has succeeded.
+//
+// The members live in RegistryDataset.cpp, but for the conversions, splitting and trimming
+// (ValueConversion.cpp) and the listing and sub dataset names (DatasetNavigation.cpp).
 struct RegistryDataset {
     static constexpr DWORD kValueCapacity = 32600; // bytes of text per read; not 32 KiB
     static constexpr DWORD kNumberCapacity = 8;    // bytes offered for a REG_DWORD
@@ -105,11 +108,11 @@ struct RegistryDataset {
     // The last component of m_subKey, one trailing backslash ignored.
     std::wstring LastSubKeyComponent() const;
 
-    // The writer's side, defined with the writer. EnsureWritable opens the key for writing,
-    // creating it and every missing key above it, unless that has been done already; on failure
-    // it throws the dataset-not-found class with "Cannot open " and the sub key, and leaves the
-    // key closed. DeleteKeyTree removes subPath below parent with all its subkeys, children
-    // first, in this dataset's view; it gives the first non-zero status and throws nothing.
+    // The writer's side. EnsureWritable opens the key for writing, creating it and every missing
+    // key above it, unless that has been done already; on failure it throws the dataset-not-found
+    // class with "Cannot open " and the sub key, and leaves the key closed. DeleteKeyTree removes
+    // subPath below parent with all its subkeys, children first, in this dataset's view; it gives
+    // the first non-zero status and throws nothing.
     void EnsureWritable();
     LONG DeleteKeyTree(HKEY parent, const wchar_t* subPath) const;
 

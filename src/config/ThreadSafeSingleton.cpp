@@ -1,5 +1,6 @@
 // The singleton of both factories, instantiated here once for each, so that a process holds one
-// instance of each factory whatever module asks for it.
+// instance of each factory whatever module asks for it. Their locks are defined in
+// SingletonLocks.cpp.
 
 #include "Tessel/ThreadSafeSingleton.h"
 
@@ -15,9 +16,6 @@ T* ThreadSafeSingleton<T>::m_pInstance = nullptr;
 
 template <class T>
 std::atomic<bool> ThreadSafeSingleton<T>::m_bInstantiated{false};
-
-template <class T>
-CriticalSection ThreadSafeSingleton<T>::m_singletonMutex;
 
 template <class T>
 T& ThreadSafeSingleton<T>::GetInstance()
@@ -53,6 +51,7 @@ bool ThreadSafeSingleton<T>::IsInstantiated()
 }
 
 // The only two instantiations; their attributes come from the declarations in the public headers.
+// m_singletonMutex has no definition in this unit, so they leave it to SingletonLocks.cpp.
 template class ThreadSafeSingleton<ConfigReaderFactory>;
 template class ThreadSafeSingleton<PersistentDataWriterFactory>;
 

@@ -9,14 +9,13 @@
 #include <sstream>
 
 #include "ComReference.h"
-#include "SystemText.h"
 #include "Tessel/Exceptions.h"
+#include "common/SystemText.h"
 
 namespace Tessel {
 
-using Internal::ComReference;
-using Internal::LocalText;
-using Internal::TrimSystemLineEnd;
+using Detail::ComReference;
+using Detail::LocalText;
 
 namespace {
 
@@ -31,16 +30,13 @@ struct BstrDeleter {
     void operator()(OLECHAR* text) const noexcept { SysFreeString(text); }
 };
 
-// The system's text for code, without the line end that the system puts after it.
-bool FetchSystemText(LONG code, LocalText& text)
+// The system's text for code in the user's language, without the line end that the system puts
+// after it.
+bool FetchTrimmedSystemText(LONG code, LocalText& text)
 {
-    const DWORD flags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM;
-    const DWORD language = MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT);
-    const DWORD length = FormatMessageW(flags, nullptr, static_cast<DWORD>(code), language,
-                                        reinterpret_cast<LPWSTR>(text.Receive()), 0, nullptr);
-    if (length == 0 || text.Get() == nullptr)
+    if (!Detail::FetchSystemText(static_cast<DWORD>(code), Detail::kSystemTextUserDefaultLanguage, text))
         return false;
-    TrimSystemLineEnd(text.Get(), std::wcslen(text.Get()));
+    Detail::TrimSystemLineEnd(text.Get(), std::wcslen(text.Get()));
     return true;
 }
 
@@ -65,7 +61,7 @@ std::wstring GetCOMErrorMessage(LONG code)
     std::wostringstream stream;
     stream << L"HRESULT " << std::hex << std::uppercase << code << L": ";
     LocalText text;
-    if (!FetchSystemText(code, text))
+    if (!FetchTrimmedSystemText(code, text))
         MakeFallbackText(code, text);
     if (text.Get() != nullptr)
         stream << text.Get();

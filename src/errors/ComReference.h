@@ -4,7 +4,7 @@
 
 #include "TesselWin32.h"
 
-namespace Tessel::Internal {
+namespace Tessel::Detail {
 
 template <class Interface>
 class ComReference {
@@ -57,4 +57,4 @@ private:
     Interface* m_pointer = nullptr;
 };
 
-} // namespace Tessel::Internal
+} // namespace Tessel::Detail

@@ -11,7 +11,7 @@
 
 namespace Tessel {
 
-using Internal::ComReference;
+using Detail::ComReference;
 
 namespace {
 

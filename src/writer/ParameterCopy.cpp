@@ -4,9 +4,9 @@
 #include <vector>
 
 #include "Tessel/Exceptions.h"
-#include "writer/RegistryDataWriter.h"
+#include "common/SystemText.h"
 #include "writer/ParameterCopy.h"
-#include "errors/SystemText.h"
+#include "writer/RegistryDataWriter.h"
 
 namespace Tessel::Detail {
 
@@ -15,29 +15,13 @@ namespace {
 // The most that one parameter can carry in a copy.
 constexpr DWORD kTransferCapacity = 0x200000;
 
-// FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM.
-constexpr DWORD kSystemTextFlags = 0x1300;
-
-// The system's text of a status, line end included; empty when the system has none.
-class StatusText {
-public:
-    explicit StatusText(LONG status)
-    {
-        FormatMessageW(kSystemTextFlags, nullptr, static_cast<DWORD>(status), 0,
-                       reinterpret_cast<LPWSTR>(m_text.Receive()), 0, nullptr);
-    }
-
-    const wchar_t* Get() const { return m_text.Get() != nullptr ? m_text.Get() : L""; }
-
-private:
-    Internal::LocalText m_text;
-};
-
-// The status text lives until the exception has taken its copy.
+// The status text, line end and all, lives until the exception has taken its copy; a status
+// without one gives the empty text.
 [[noreturn]] void ThrowCopyFailure(const wchar_t* format, const std::wstring& name, LONG status)
 {
-    const StatusText text(status);
-    throw Unexpected(format, name.c_str(), text.Get());
+    LocalText text;
+    FetchSystemText(static_cast<DWORD>(status), kSystemTextAnyLanguage, text);
+    throw Unexpected(format, name.c_str(), text.Get() != nullptr ? text.Get() : L"");
 }
 
 } // namespace

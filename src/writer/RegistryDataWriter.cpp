@@ -1,14 +1,11 @@
-// The writer interface's exported members, the writer factory's one operation, and the writer's
-// construction, reads, parameter deletion and sub datasets.
+// The writer interface's exported members, and the writer's construction, parameter deletion and
+// sub datasets.
 
 #include "writer/RegistryDataWriter.h"
 
 #include <cwctype>
 
 #include "Tessel/Exceptions.h"
-#include "Tessel/PersistentDataWriterFactory.h"
-#include "config/DataSourceName.h"
-#include "writer/ParameterCopy.h"
 
 namespace Tessel {
 
@@ -19,15 +16,6 @@ IPersistentDataWriter::IPersistentDataWriter(const IPersistentDataWriter&) = def
 IPersistentDataWriter& IPersistentDataWriter::operator=(const IPersistentDataWriter&) = default;
 
 IPersistentDataWriter::~IPersistentDataWriter() = default;
-
-const std::shared_ptr<IPersistentDataWriter> PersistentDataWriterFactory::GetPersistentDataWriter(
-    const std::wstring& dataSourceName) const
-{
-    std::wstring location;
-    if (Detail::SplitDataSourceName(dataSourceName, location) != Detail::DataSourceKind::Registry)
-        throw UnknownPersistentDataException(static_cast<const wchar_t*>(nullptr));
-    return std::make_shared<Detail::RegistryDataWriter>(location, m_regOverride);
-}
 
 } // namespace Tessel
 
@@ -45,123 +33,11 @@ std::wstring Lowered(std::wstring text)
 } // namespace
 
 RegistryDataWriter::RegistryDataWriter(const std::wstring& location, ULONG regOverride)
-    : m_dataset(location, regOverride, false, WriterPolicy()), m_regOverride(regOverride)
+    : DatasetReads(location, regOverride, false, WriterPolicy())
 {
 }
 
 RegistryDataWriter::~RegistryDataWriter() = default;
-
-template <class T>
-T RegistryDataWriter::Read(Fetch<T> fetch, const std::wstring& name, T value, bool required) const
-{
-    (m_dataset.*fetch)(name, value, required, true);
-    return value;
-}
-
-int RegistryDataWriter::GetInt(const std::wstring& name) const
-{
-    return Read<int>(&RegistryDataset::FetchInt, name, 0, true);
-}
-
-std::vector<int> RegistryDataWriter::GetIntList(const std::wstring& name) const
-{
-    return Read<std::vector<int>>(&RegistryDataset::FetchIntList, name, {}, true);
-}
-
-int RegistryDataWriter::GetIntOr(const std::wstring& name, int defaultValue) const
-{
-    return Read<int>(&RegistryDataset::FetchInt, name, defaultValue, false);
-}
-
-std::vector<int> RegistryDataWriter::GetIntListOr(const std::wstring& name,
-                                                  const std::vector<int>& defaultValue) const
-{
-    return Read<std::vector<int>>(&RegistryDataset::FetchIntList, name, defaultValue, false);
-}
-
-double RegistryDataWriter::GetDouble(const std::wstring& name) const
-{
-    return Read<double>(&RegistryDataset::FetchDouble, name, 0.0, true);
-}
-
-std::vector<double> RegistryDataWriter::GetDoubleList(const std::wstring& name) const
-{
-    return Read<std::vector<double>>(&RegistryDataset::FetchDoubleList, name, {}, true);
-}
-
-double RegistryDataWriter::GetDoubleOr(const std::wstring& name, double defaultValue) const
-{
-    return Read<double>(&RegistryDataset::FetchDouble, name, defaultValue, false);
-}
-
-std::vector<double> RegistryDataWriter::GetDoubleListOr(const std::wstring& name,
-                                                        const std::vector<double>& defaultValue) const
-{
-    return Read<std::vector<double>>(&RegistryDataset::FetchDoubleList, name, defaultValue, false);
-}
-
-bool RegistryDataWriter::GetBool(const std::wstring& name) const
-{
-    return Read<bool>(&RegistryDataset::FetchBool, name, false, true);
-}
-
-std::vector<bool> RegistryDataWriter::GetBoolList(const std::wstring& name) const
-{
-    return Read<std::vector<bool>>(&RegistryDataset::FetchBoolList, name, {}, true);
-}
-
-bool RegistryDataWriter::GetBoolOr(const std::wstring& name, bool defaultValue) const
-{
-    return Read<bool>(&RegistryDataset::FetchBool, name, defaultValue, false);
-}
-
-std::vector<bool> RegistryDataWriter::GetBoolListOr(const std::wstring& name,
-                                                    const std::vector<bool>& defaultValue) const
-{
-    return Read<std::vector<bool>>(&RegistryDataset::FetchBoolList, name, defaultValue, false);
-}
-
-std::wstring RegistryDataWriter::GetString(const std::wstring& name) const
-{
-    return Read<std::wstring>(&RegistryDataset::FetchString, name, {}, true);
-}
-
-std::vector<std::wstring> RegistryDataWriter::GetStringList(const std::wstring& name) const
-{
-    return Read<std::vector<std::wstring>>(&RegistryDataset::FetchStringList, name, {}, true);
-}
-
-std::wstring RegistryDataWriter::GetStringOr(const std::wstring& name, const std::wstring& defaultValue) const
-{
-    return Read<std::wstring>(&RegistryDataset::FetchString, name, defaultValue, false);
-}
-
-std::vector<std::wstring> RegistryDataWriter::GetStringListOr(const std::wstring& name,
-                                                              const std::vector<std::wstring>& defaultValue) const
-{
-    return Read<std::vector<std::wstring>>(&RegistryDataset::FetchStringList, name, defaultValue, false);
-}
-
-unsigned int RegistryDataWriter::GetUInt(const std::wstring& name) const
-{
-    return Read<unsigned int>(&RegistryDataset::FetchUInt, name, 0, true);
-}
-
-std::vector<unsigned int> RegistryDataWriter::GetUIntList(const std::wstring& name) const
-{
-    return Read<std::vector<unsigned int>>(&RegistryDataset::FetchUIntList, name, {}, true);
-}
-
-unsigned int RegistryDataWriter::GetUIntOr(const std::wstring& name, unsigned int defaultValue) const
-{
-    return Read<unsigned int>(&RegistryDataset::FetchUInt, name, defaultValue, false);
-}
-
-std::vector<unsigned int> RegistryDataWriter::GetUIntListOr(const std::wstring& name,
-                                                            const std::vector<unsigned int>& defaultValue) const
-{
-    return Read<std::vector<unsigned int>>(&RegistryDataset::FetchUIntList, name, defaultValue, false);
-}
 
 void RegistryDataWriter::DeleteParameter(const std::wstring& name)
 {
@@ -180,10 +56,7 @@ std::shared_ptr<IPersistentDataWriter> RegistryDataWriter::GetSubDataset(const s
 
 std::vector<std::shared_ptr<IPersistentDataWriter>> RegistryDataWriter::GetSubDatasets() const
 {
-    std::vector<std::shared_ptr<IPersistentDataWriter>> writers;
-    for (const std::wstring& name : m_dataset.EnumerateSubKeys())
-        writers.push_back(std::make_shared<RegistryDataWriter>(m_dataset.SubDatasetLocation(name), m_regOverride));
-    return writers;
+    return OpenSubDatasets<RegistryDataWriter>();
 }
 
 void RegistryDataWriter::CreateSubDataset(const std::wstring& subName)
@@ -229,27 +102,6 @@ std::wstring RegistryDataWriter::GetDatasetName() const
     if (Lowered(path.substr(third + 1, second - third - 1)) == L"userdata")
         return path.substr(second + 1, last - second - 1);
     return name;
-}
-
-std::wstring RegistryDataWriter::GetDatasetPath() const
-{
-    return m_dataset.m_path;
-}
-
-std::vector<std::wstring> RegistryDataWriter::GetParameterNames() const
-{
-    return m_dataset.EnumerateValues();
-}
-
-bool RegistryDataWriter::HasSubDataset(const std::wstring& subName) const
-{
-    std::wstring storedName;
-    return m_dataset.FindSubKey(subName, storedName);
-}
-
-std::vector<std::wstring> RegistryDataWriter::GetSubDatasetNames() const
-{
-    return m_dataset.EnumerateSubKeys();
 }
 
 } // namespace Tessel::Detail

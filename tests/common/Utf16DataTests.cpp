@@ -45,6 +45,35 @@ TEST(Utf16Data, RoundTripsEveryKindOfUnit)
     }
 }
 
+// Checks that the four-units-at-a-time path and the one-unit path agree wherever a surrogate pair,
+// a lone surrogate or a NUL falls, in texts on both sides of the stack buffer's size.
+TEST(Utf16Data, EveryPositionOfASpecialUnitReadsBack)
+{
+    const std::wstring pair = L"\U0001F600";
+    const std::wstring specials[] = {pair, std::wstring(1, static_cast<wchar_t>(0xDC01)),
+                                     std::wstring(1, static_cast<wchar_t>(0xD801))};
+    for (const size_t length : {size_t{7}, size_t{300}}) {
+        for (size_t at = 0; at + 1 < length; at += length < 10 ? 1 : 37) {
+            for (const std::wstring& special : specials) {
+                std::wstring text(length, L'x');
+                text.replace(at, 1, special);
+                SCOPED_TRACE(testing::Message() << "length " << length << " at " << at);
+                const std::vector<BYTE> data = Utf16FromWide(text, true);
+                EXPECT_EQ(text + L'\0', WideFromUtf16(data.data(), data.size()));
+                EXPECT_EQ(text, WideTextFromUtf16(data.data(), data.size()));
+            }
+            std::wstring cut(length, L'y');
+            cut[at] = L'\0';
+            const std::vector<BYTE> data = Utf16FromWide(cut, false);
+            EXPECT_EQ(cut.substr(0, at), WideTextFromUtf16(data.data(), data.size()));
+        }
+    }
+    // Without a terminator the text runs to the end of the data; an odd byte is no unit.
+    const std::vector<BYTE> bare = Bytes({'a', 0, 'b', 0, 'c'});
+    EXPECT_EQ(L"ab", WideTextFromUtf16(bare.data(), bare.size()));
+    EXPECT_EQ(L"", WideTextFromUtf16(nullptr, 8));
+}
+
 TEST(Utf16Data, TerminatorAndOddBytes)
 {
     const std::vector<BYTE> data = Utf16FromWide(L"ab", true);

@@ -100,6 +100,12 @@ inline std::wstring TooLargeText(const std::wstring& name)
     return L"Failed to read value '" + name + L"' from registry key '" + kBaseLocation +
            L"'. Supplied buffer too small.";
 }
+// The text of a number that converts only in part: count characters of text were taken.
+inline std::wstring PartialParseText(int count, const std::wstring& text)
+{
+    return L"Cannot parse whole string. Only first " + std::to_wstring(count) + L" chars are processed. '" + text +
+           L"'";
+}
 
 // Checks that call throws exactly Expected with this description, and the same text narrow.
 // A null description means an exception raised without a text, which keeps the default one.

@@ -29,12 +29,6 @@ protected:
     int m_count = 0;
 };
 
-std::wstring Partial(int count, const std::wstring& text)
-{
-    return L"Cannot parse whole string. Only first " + std::to_wstring(count) + L" chars are processed. '" + text +
-           L"'";
-}
-
 } // namespace
 
 TEST_F(Conversion, IntegersUseTheWholeTextAnd32Bits)
@@ -53,9 +47,9 @@ TEST_F(Conversion, IntegersUseTheWholeTextAnd32Bits)
         {L"-2147483649", 0, L"stoi argument out of range"},
         {L"", 0, L"invalid stoi argument"},
         {L" abc", 0, L"invalid stoi argument"},
-        {L"12 ", 0, Partial(2, L"12 ")},
-        {L"0x10", 0, Partial(1, L"0x10")},
-        {L"12%s%d", 0, Partial(2, L"12%s%d")},
+        {L"12 ", 0, PartialParseText(2, L"12 ")},
+        {L"0x10", 0, PartialParseText(1, L"0x10")},
+        {L"12%s%d", 0, PartialParseText(2, L"12%s%d")},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(Narrow(row.text));
@@ -82,7 +76,7 @@ TEST_F(Conversion, UnsignedAndDoubleEdges)
     EXPECT_DOUBLE_EQ(m_reader->GetDouble(Store(L" -1.25e3")), -1250.0);
     ExpectFailure<InvalidTypeException>([&] { m_reader->GetDouble(Store(L"1e999")); }, L"stod argument out of range");
     ExpectFailure<InvalidTypeException>([&] { m_reader->GetDoubleOr(Store(L"pi"), 3.0); }, L"invalid stod argument");
-    ExpectFailure<InvalidTypeException>([&] { m_reader->GetDouble(Store(L"1.5 ")); }, Partial(3, L"1.5 "));
+    ExpectFailure<InvalidTypeException>([&] { m_reader->GetDouble(Store(L"1.5 ")); }, PartialParseText(3, L"1.5 "));
     EXPECT_DOUBLE_EQ(m_reader->GetDoubleOr(L"Missing", 2.5), 2.5);
 }
 
@@ -117,7 +111,7 @@ TEST_F(Conversion, ListsSplitAtRunsOfSeparators)
         {L"", {}, L""}, // a stored empty list: the default does not replace it
         {L",;", {}, L""},
         {L"1, ,2", {}, L"invalid stoi argument"}, // the blank item stays, empty
-        {L"1,2 3", {}, Partial(1, L"2 3")},
+        {L"1,2 3", {}, PartialParseText(1, L"2 3")},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(Narrow(row.text));

@@ -10,7 +10,7 @@
 #include "Tessel/ComErrorText.h"
 #include "Tessel/Exceptions.h"
 #include "TestComObjects.h"
-#include "errors/SystemText.h"
+#include "common/SystemText.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ TEST(GetCOMErrorMessage, LineEndOfTheSystemTextIsCut)
     for (const Case& row : cases) {
         SCOPED_TRACE(testing::PrintToString(std::wstring(row.text)));
         std::wstring text(row.text);
-        text.resize(Internal::TrimSystemLineEnd(text.data(), text.size()));
+        text.resize(Detail::TrimSystemLineEnd(text.data(), text.size()));
         EXPECT_EQ(text, row.expected);
         EXPECT_EQ(std::wcslen(text.c_str()), text.size());
     }

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <set>
+
 #include "CommandLine.h"
 
 namespace Tessel::Reg {
@@ -76,7 +79,7 @@ TEST(CommandLine, AdministratorAndPosixSpellingsMeanTheSame)
         const CommandLine left = ParseCommandLine(c.Administrator);
         const CommandLine right = ParseCommandLine(c.Posix);
         EXPECT_EQ(left.Command, right.Command);
-        EXPECT_EQ(left.Key, right.Key);
+        EXPECT_EQ(left.Operands, right.Operands);
         EXPECT_EQ(left.Values, right.Values);
         EXPECT_EQ(left.ValueName, right.ValueName);
         EXPECT_EQ(left.Recurse, right.Recurse);
@@ -118,6 +121,70 @@ TEST(CommandLine, HelpAnywhereWinsOverEverythingElse)
     }
 }
 
+TEST(CommandLine, SearchOptionsAndValueNamesAreToldApart)
+{
+    const CommandLine names = ParseCommandLine({L"query", L"HKCU\\a", L"/f", L"x", L"/v", L"/s"});
+    EXPECT_EQ(names.Values, ValueSelection::AnyName);
+    EXPECT_TRUE(names.Recurse);
+    EXPECT_TRUE(names.Searches());
+    const CommandLine named = ParseCommandLine({L"query", L"HKCU\\a", L"/v", L"Name", L"/s"});
+    EXPECT_EQ(named.Values, ValueSelection::Named);
+    EXPECT_EQ(named.ValueName, L"Name");
+    EXPECT_FALSE(named.Searches());
+    EXPECT_TRUE(ParseCommandLine({L"query", L"HKCU\\a", L"/t", L"REG_SZ"}).Searches());
+}
+
+TEST(CommandLine, PathsOfThisSystemAreFilesNotOptions)
+{
+    const CommandLine exported = ParseCommandLine({L"export", L"HKCU\\a", L"/tmp/x.reg", L"/y", L"/reg:64"});
+    EXPECT_EQ(exported.Operands, (std::vector<std::wstring>{L"HKCU\\a", L"/tmp/x.reg"}));
+    EXPECT_TRUE(exported.Force);
+    EXPECT_EQ(exported.View, REGSAM{KEY_WOW64_64KEY});
+    const CommandLine ended = ParseCommandLine({L"import", L"--reg32", L"--", L"/y"});
+    EXPECT_EQ(ended.Operands, std::vector<std::wstring>{L"/y"});
+    EXPECT_EQ(ended.View, REGSAM{KEY_WOW64_32KEY});
+}
+
+TEST(CommandLine, CompareOutputOptionsChooseOneForm)
+{
+    const std::pair<const wchar_t*, CompareOutput> cases[] = {
+        {L"/oa", CompareOutput::All}, {L"/od", CompareOutput::Differences}, {L"--same", CompareOutput::Same},
+        {L"--none", CompareOutput::Nothing}};
+    for (const auto& [option, output] : cases) {
+        SCOPED_TRACE(Narrow(option));
+        EXPECT_EQ(ParseCommandLine({L"compare", L"HKCU\\a", L"HKCU\\b", option}).Output, output);
+    }
+    EXPECT_EQ(ParseCommandLine({L"compare", L"HKCU\\a", L"HKCU\\b"}).Output, CompareOutput::Differences);
+}
+
+// Checks that help, and the shell's completion, know every option that the parser knows.
+TEST(CommandLine, UsageAndCompletionNameEveryVerbAndOption)
+{
+    std::ifstream file(TESSEL_REG_COMPLETION);
+    std::set<std::string> words;
+    std::string word;
+    for (char c; file.get(c);) {
+        if (c == ' ' || c == '\n' || c == '"' || c == '=') {
+            words.insert(word);
+            word.clear();
+        } else {
+            word += c;
+        }
+    }
+    ASSERT_GT(words.size(), 100u);
+    for (const Verb verb : AllVerbs()) {
+        const std::wstring usage = UsageText(verb);
+        SCOPED_TRACE(Narrow(VerbName(verb)));
+        EXPECT_NE(UsageText(std::nullopt).find(VerbName(verb)), std::wstring::npos);
+        EXPECT_EQ(words.count(Narrow(VerbName(verb))), 1u);
+        for (const std::wstring& spelling : OptionSpellings(verb)) {
+            SCOPED_TRACE(Narrow(spelling));
+            EXPECT_NE(usage.find(spelling), std::wstring::npos);
+            EXPECT_EQ(words.count(Narrow(spelling)), 1u);
+        }
+    }
+}
+
 // Checks that each mistake is refused as syntax, with a usage hint, before any command runs.
 TEST(CommandLine, RefusesMalformedCommands)
 {
@@ -130,7 +197,6 @@ TEST(CommandLine, RefusesMalformedCommands)
         {L"query", L"HKCU\\a", L"/v", L"x", L"/ve"},
         {L"query", L"HKCU\\a", L"/va"},
         {L"query", L"HKCU\\a", L"/f"},
-        {L"query", L"HKCU\\a", L"/t", L"REG_SZ"},
         {L"query", L"HKCU\\a", L"/s", L"/s"},
         {L"query", L"HKCU\\a", L"--recurse=yes"},
         {L"query", L"HKCU\\a", L"--values", L"x"},
@@ -143,6 +209,19 @@ TEST(CommandLine, RefusesMalformedCommands)
         {L"delete", L"HKCU\\a", L"/s"},
         {L"delete", L"HKCU\\a", L"/d", L"x"},
         {L"delete", L"/f"},
+        {L"query", L"HKCU\\a", L"/k", L"/d"},
+        {L"query", L"HKCU\\a", L"/v", L"x", L"/f", L"y"},
+        {L"query", L"HKCU\\a", L"/ve", L"/e"},
+        {L"query", L"HKCU\\a", L"/reg:32", L"/reg:64"},
+        {L"query", L"HKCU\\a", L"/reg:16"},
+        {L"copy", L"HKCU\\a"},
+        {L"copy", L"HKCU\\a", L"HKCU\\b", L"/v", L"x"},
+        {L"compare", L"HKCU\\a", L"HKCU\\b", L"/s", L"/v", L"x"},
+        {L"compare", L"HKCU\\a", L"HKCU\\b", L"/oa", L"/od"},
+        {L"export", L"HKCU\\a"},
+        {L"export", L"HKCU\\a", L"/file.reg"},
+        {L"import", L"a.reg", L"b.reg"},
+        {L"import", L"a.reg", L"/y"},
     };
     for (const auto& args : cases) {
         std::wstring joined;

@@ -127,6 +127,31 @@ TEST(TesselRegTool, RefusesToOverwriteOrDeleteWithoutATerminal)
     EXPECT_EQ(gone.Err, "ERROR: The system was unable to find the specified registry key or value.\n");
 }
 
+TEST(TesselRegTool, RefusesArgumentsThatAreNotUtf8AndNamesThem)
+{
+    const Outcome outcome = RunTessel({"add", "HKCU\\Software\\T", "/v", "caf\xE9 \xC3\xA9", "/d", "1"});
+    EXPECT_EQ(outcome.Exit, 1);
+    EXPECT_EQ(outcome.Out, "");
+    EXPECT_EQ(outcome.Err, "ERROR: Argument 4 is not valid UTF-8: caf\\xE9 \xC3\xA9\n");
+    EXPECT_EQ(RunTessel({"query", "HKCU\\Software\\T"}).Exit, 1);
+}
+
+TEST(TesselRegTool, CompareExitsTwoWhenKeysDiffer)
+{
+    ASSERT_EQ(RunTessel({"add", "HKCU\\Software\\A", "/v", "v", "/d", "1"}).Exit, 0);
+    ASSERT_EQ(RunTessel({"add", "HKCU\\Software\\B", "/v", "v", "/d", "2"}).Exit, 0);
+    EXPECT_EQ(RunTessel({"compare", "HKCU\\Software\\A", "HKCU\\Software\\B", "/on"}).Exit, 2);
+    EXPECT_EQ(RunTessel({"compare", "HKCU\\Software\\A", "HKCU\\Software\\A"}).Exit, 0);
+}
+
+TEST(TesselRegTool, VersionNamesTheToolAndTheLibrary)
+{
+    const Outcome outcome = RunTessel({"--version"});
+    EXPECT_EQ(outcome.Exit, 0);
+    EXPECT_EQ(outcome.Out.rfind("tessel-reg ", 0), 0u) << outcome.Out;
+    EXPECT_NE(outcome.Out.find("\nKavorTesselUtils "), std::string::npos) << outcome.Out;
+}
+
 TEST(TesselRegTool, HelpGoesToStdoutAndSucceeds)
 {
     const Outcome outcome = RunTessel({"query", "--help"});

@@ -42,6 +42,13 @@ TEST(RegistryValue, ParsesDataOfEachType)
         {REG_MULTI_SZ, L"a\\0bc", {'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}},
         {REG_MULTI_SZ, L"a\\0", {'a', 0, 0, 0, 0, 0}},
         {REG_MULTI_SZ, L"", {0, 0}},
+        {REG_DWORD_BIG_ENDIAN, L"0x01020304", {1, 2, 3, 4}},
+        {REG_DWORD_BIG_ENDIAN, L"", {0, 0, 0, 0}},
+        {REG_LINK, L"\\Registry\\X", {'\\', 0, 'R', 0, 'e', 0, 'g', 0, 'i', 0, 's', 0, 't', 0, 'r', 0, 'y', 0,
+                                       '\\', 0, 'X', 0, 0, 0}},
+        {REG_RESOURCE_LIST, L"0aFF", {0x0A, 0xFF}},
+        {REG_FULL_RESOURCE_DESCRIPTOR, L"", {}},
+        {REG_RESOURCE_REQUIREMENTS_LIST, L"01", {1}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(TypeName(c.Type) + L" " + c.Text));
@@ -64,7 +71,7 @@ TEST(RegistryValue, RefusesDataThatDoesNotFitTheType)
         {REG_DWORD, L"0x1G"},       {REG_QWORD, L"18446744073709551616"}, {REG_QWORD, L"0x10000000000000000"},
         {REG_BINARY, L"abc"},       {REG_BINARY, L"zz"},       {REG_BINARY, L"0x00"},
         {REG_NONE, L"1"},           {REG_MULTI_SZ, L"a\\0\\0b"}, {REG_MULTI_SZ, L"\\0a"},
-        {REG_LINK, L"x"},
+        {REG_DWORD_BIG_ENDIAN, L"0x100000000"}, {REG_RESOURCE_LIST, L"0"},   {0x1234, L""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(TypeName(c.Type) + L" " + c.Text));
@@ -98,6 +105,8 @@ TEST(RegistryValue, FormatsDataAsQueryShowsIt)
         {REG_MULTI_SZ, {0, 0}, L""},
         {REG_MULTI_SZ, {'a', 0, 0, 0, 0, 0, 'z', 0, 0, 0}, L"a"}, // nothing after the list's end
         {REG_RESOURCE_LIST, {1, 2}, L"0102"},
+        {REG_LINK, {'x', 0, 0, 0}, L"x"},
+        {0x1234, {0xAB}, L"AB"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(TypeName(c.Type) + L" " + c.Expected));
@@ -105,14 +114,15 @@ TEST(RegistryValue, FormatsDataAsQueryShowsIt)
     }
 }
 
-TEST(RegistryValue, TypeNamesRoundTripForWritableTypes)
+TEST(RegistryValue, EveryTypeHasANameThatReadsBack)
 {
-    for (DWORD type : {REG_NONE, REG_SZ, REG_EXPAND_SZ, REG_BINARY, REG_DWORD, REG_MULTI_SZ, REG_QWORD}) {
+    for (DWORD type = REG_NONE; type <= REG_QWORD; ++type) {
         SCOPED_TRACE(type);
         EXPECT_EQ(TypeFromName(TypeName(type)), type);
     }
     EXPECT_EQ(TypeFromName(L"reg_dword"), REG_DWORD);
-    EXPECT_FALSE(TypeFromName(L"REG_LINK").has_value());
+    EXPECT_EQ(TypeFromName(L"REG_DWORD_LITTLE_ENDIAN"), REG_DWORD);
+    EXPECT_EQ(TypeName(REG_DWORD), L"REG_DWORD");
     EXPECT_FALSE(TypeFromName(L"DWORD").has_value());
     EXPECT_EQ(TypeName(0x1234), L"REG_UNKNOWN");
 }
@@ -132,6 +142,11 @@ TEST(RegistryValue, Utf16KeepsCharactersBeyondTheBasicPlane)
 
 TEST(QueryReport, LinesHaveFourSpaceColumns)
 {
+    ValueFormat numbered;
+    numbered.NumericType = true;
+    numbered.Separator = L"#";
+    EXPECT_EQ(FormatValueLine({L"L", REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}}, numbered),
+              L"    L    REG_MULTI_SZ (7)    a#b\n");
     EXPECT_EQ(FormatValueLine({L"Count", REG_DWORD, {5, 0, 0, 0}}), L"    Count    REG_DWORD    0x5\n");
     EXPECT_EQ(FormatValueLine({L"", REG_SZ, {'x', 0, 0, 0}}), L"    (Default)    REG_SZ    x\n");
     EXPECT_EQ(FormatUnsetDefaultLine(), L"    (Default)    REG_SZ    (value not set)\n");

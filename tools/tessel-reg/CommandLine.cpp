@@ -1,87 +1,145 @@
-// Parsing of tessel-reg's command line and key paths, and the usage texts. Each command lists
-// the options it takes, so a new command is a new table and a new usage text.
+// Parsing of tessel-reg's command line. Each command lists the options it takes and how many
+// keys and files follow it, so a new command is a new table.
 
 #include "CommandLine.h"
+
+#include "AsciiText.h"
+#include "Messages.h"
 
 namespace Tessel::Reg {
 namespace {
 
-struct RootName {
-    const wchar_t* Short;
-    const wchar_t* Long;
-    HKEY Key;
+enum class OptionId {
+    Value,
+    Default,
+    AllValues,
+    Recurse,
+    Type,
+    Data,
+    Separator,
+    Force,
+    Find,
+    KeysOnly,
+    DataOnly,
+    CaseSensitive,
+    Exact,
+    NumericTypes,
+    OutputAll,
+    OutputDifferences,
+    OutputSame,
+    OutputNothing,
+    View32,
+    View64,
 };
 
-const RootName* FindRoot(std::wstring_view name)
-{
-    static const RootName roots[] = {
-        {L"HKLM", L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE},
-        {L"HKCU", L"HKEY_CURRENT_USER", HKEY_CURRENT_USER},
-        {L"HKCR", L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT},
-        {L"HKU", L"HKEY_USERS", HKEY_USERS},
-        {L"HKCC", L"HKEY_CURRENT_CONFIG", HKEY_CURRENT_CONFIG},
-    };
-    for (const RootName& root : roots) {
-        if (EqualsIgnoringCase(name, root.Short) || EqualsIgnoringCase(name, root.Long))
-            return &root;
-    }
-    return nullptr;
-}
-
-wchar_t AsciiUpper(wchar_t c)
-{
-    return c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - L'a' + L'A') : c;
-}
-
-enum class OptionId { Value, Default, AllValues, Recurse, Type, Data, Separator, Force };
+enum class Argument { None, Required, Optional };
 
 struct OptionEntry {
     OptionId Id;
     const wchar_t* Short; // without its '/' or '-'
     const wchar_t* Long;  // without its "--"
-    bool TakesArgument;
+    Argument Takes;
 };
 
-// /s means "recurse" to query and "separator" to add, as it does in the administrator's tool.
+const OptionEntry kView32 = {OptionId::View32, L"reg:32", L"reg32", Argument::None};
+const OptionEntry kView64 = {OptionId::View64, L"reg:64", L"reg64", Argument::None};
+
+// /s means "recurse" to query and "separator" to add, and /d "data only" to query but "data" to
+// add, as in the administrator's tool.
 const OptionEntry kQueryOptions[] = {
-    {OptionId::Value, L"v", L"value", true},
-    {OptionId::Default, L"ve", L"default", false},
-    {OptionId::Recurse, L"s", L"recurse", false},
+    {OptionId::Value, L"v", L"value", Argument::Optional},
+    {OptionId::Default, L"ve", L"default", Argument::None},
+    {OptionId::Recurse, L"s", L"recurse", Argument::None},
+    {OptionId::Separator, L"se", L"separator", Argument::Required},
+    {OptionId::Find, L"f", L"find", Argument::Required},
+    {OptionId::KeysOnly, L"k", L"keys", Argument::None},
+    {OptionId::DataOnly, L"d", L"in-data", Argument::None},
+    {OptionId::CaseSensitive, L"c", L"case-sensitive", Argument::None},
+    {OptionId::Exact, L"e", L"exact", Argument::None},
+    {OptionId::Type, L"t", L"type", Argument::Required},
+    {OptionId::NumericTypes, L"z", L"numeric-type", Argument::None},
+    kView32,
+    kView64,
 };
 
 const OptionEntry kAddOptions[] = {
-    {OptionId::Value, L"v", L"value", true},
-    {OptionId::Default, L"ve", L"default", false},
-    {OptionId::Type, L"t", L"type", true},
-    {OptionId::Data, L"d", L"data", true},
-    {OptionId::Separator, L"s", L"separator", true},
-    {OptionId::Force, L"f", L"force", false},
+    {OptionId::Value, L"v", L"value", Argument::Required},
+    {OptionId::Default, L"ve", L"default", Argument::None},
+    {OptionId::Type, L"t", L"type", Argument::Required},
+    {OptionId::Separator, L"s", L"separator", Argument::Required},
+    {OptionId::Data, L"d", L"data", Argument::Required},
+    {OptionId::Force, L"f", L"force", Argument::None},
+    kView32,
+    kView64,
 };
 
 const OptionEntry kDeleteOptions[] = {
-    {OptionId::Value, L"v", L"value", true},
-    {OptionId::Default, L"ve", L"default", false},
-    {OptionId::AllValues, L"va", L"all-values", false},
-    {OptionId::Force, L"f", L"force", false},
+    {OptionId::Value, L"v", L"value", Argument::Required},
+    {OptionId::Default, L"ve", L"default", Argument::None},
+    {OptionId::AllValues, L"va", L"all-values", Argument::None},
+    {OptionId::Force, L"f", L"force", Argument::None},
+    kView32,
+    kView64,
 };
+
+const OptionEntry kCopyOptions[] = {
+    {OptionId::Recurse, L"s", L"recurse", Argument::None},
+    {OptionId::Force, L"f", L"force", Argument::None},
+    kView32,
+    kView64,
+};
+
+const OptionEntry kCompareOptions[] = {
+    {OptionId::Value, L"v", L"value", Argument::Required},
+    {OptionId::Default, L"ve", L"default", Argument::None},
+    {OptionId::Recurse, L"s", L"recurse", Argument::None},
+    {OptionId::OutputAll, L"oa", L"all", Argument::None},
+    {OptionId::OutputDifferences, L"od", L"differences", Argument::None},
+    {OptionId::OutputSame, L"os", L"same", Argument::None},
+    {OptionId::OutputNothing, L"on", L"none", Argument::None},
+    kView32,
+    kView64,
+};
+
+const OptionEntry kExportOptions[] = {
+    {OptionId::Force, L"y", L"yes", Argument::None},
+    kView32,
+    kView64,
+};
+
+const OptionEntry kImportOptions[] = {kView32, kView64};
 
 struct VerbEntry {
     Verb Command;
     const wchar_t* Name;
     const OptionEntry* Options;
     size_t OptionCount;
+    size_t Operands;  // keys and files, always this many
+    bool Supported;   // false: parsed no further, the command says why
 };
 
 template <size_t N>
-constexpr VerbEntry MakeVerb(Verb verb, const wchar_t* name, const OptionEntry (&options)[N])
+constexpr VerbEntry MakeVerb(Verb verb, const wchar_t* name, const OptionEntry (&options)[N], size_t operands)
 {
-    return VerbEntry{verb, name, options, N};
+    return VerbEntry{verb, name, options, N, operands, true};
+}
+
+constexpr VerbEntry Unsupported(Verb verb, const wchar_t* name)
+{
+    return VerbEntry{verb, name, nullptr, 0, 0, false};
 }
 
 const VerbEntry kVerbs[] = {
-    MakeVerb(Verb::Query, L"query", kQueryOptions),
-    MakeVerb(Verb::Add, L"add", kAddOptions),
-    MakeVerb(Verb::Delete, L"delete", kDeleteOptions),
+    MakeVerb(Verb::Query, L"query", kQueryOptions, 1),
+    MakeVerb(Verb::Add, L"add", kAddOptions, 1),
+    MakeVerb(Verb::Delete, L"delete", kDeleteOptions, 1),
+    MakeVerb(Verb::Copy, L"copy", kCopyOptions, 2),
+    MakeVerb(Verb::Compare, L"compare", kCompareOptions, 2),
+    MakeVerb(Verb::Export, L"export", kExportOptions, 2),
+    MakeVerb(Verb::Import, L"import", kImportOptions, 1),
+    Unsupported(Verb::Load, L"load"),
+    Unsupported(Verb::Unload, L"unload"),
+    Unsupported(Verb::Flags, L"flags"),
 };
 
 const VerbEntry& EntryOf(Verb verb)
@@ -93,9 +151,13 @@ const VerbEntry& EntryOf(Verb verb)
     throw ToolError::Syntax();
 }
 
+// Options start with '-' or '/'; but a path of this system starts with '/' too, and one with a
+// second '/' in it ("/tmp/x.reg") is taken as the path it must be.
 bool LooksLikeOption(std::wstring_view arg)
 {
-    return arg.size() > 1 && (arg[0] == L'/' || arg[0] == L'-');
+    if (arg.size() < 2)
+        return false;
+    return arg[0] == L'-' || (arg[0] == L'/' && arg.find(L'/', 1) == std::wstring_view::npos);
 }
 
 // Finds the option an argument names; inlineArgument receives what follows '=' in "--type=X".
@@ -144,56 +206,116 @@ void SetOnce(bool& flag)
     flag = true;
 }
 
+void SetOutput(CommandLine& line, bool& chosen, CompareOutput output)
+{
+    SetOnce(chosen);
+    line.Output = output;
+}
+
+void SetView(CommandLine& line, REGSAM view)
+{
+    if (line.View != 0)
+        throw ToolError::Syntax();
+    line.View = view;
+}
+
+struct ParseState {
+    bool OutputChosen = false;
+};
+
+// hasArgument tells an option without its argument from one with an empty argument.
+void ApplyOption(CommandLine& line, ParseState& state, OptionId id, bool hasArgument, std::wstring argument)
+{
+    switch (id) {
+    case OptionId::Value:
+        SelectValues(line, hasArgument ? ValueSelection::Named : ValueSelection::AnyName);
+        line.ValueName = std::move(argument);
+        break;
+    case OptionId::Default:
+        SelectValues(line, ValueSelection::Default);
+        break;
+    case OptionId::AllValues:
+        SelectValues(line, ValueSelection::AllValues);
+        break;
+    case OptionId::Recurse:
+        SetOnce(line.Recurse);
+        break;
+    case OptionId::Type:
+        SetOnce(line.Type, std::move(argument));
+        break;
+    case OptionId::Data:
+        SetOnce(line.Data, std::move(argument));
+        break;
+    case OptionId::Separator:
+        SetOnce(line.Separator, std::move(argument));
+        break;
+    case OptionId::Force:
+        SetOnce(line.Force);
+        break;
+    case OptionId::Find:
+        SetOnce(line.Find, std::move(argument));
+        break;
+    case OptionId::KeysOnly:
+        SetOnce(line.KeysOnly);
+        break;
+    case OptionId::DataOnly:
+        SetOnce(line.DataOnly);
+        break;
+    case OptionId::CaseSensitive:
+        SetOnce(line.CaseSensitive);
+        break;
+    case OptionId::Exact:
+        SetOnce(line.ExactMatch);
+        break;
+    case OptionId::NumericTypes:
+        SetOnce(line.NumericTypes);
+        break;
+    case OptionId::OutputAll:
+        SetOutput(line, state.OutputChosen, CompareOutput::All);
+        break;
+    case OptionId::OutputDifferences:
+        SetOutput(line, state.OutputChosen, CompareOutput::Differences);
+        break;
+    case OptionId::OutputSame:
+        SetOutput(line, state.OutputChosen, CompareOutput::Same);
+        break;
+    case OptionId::OutputNothing:
+        SetOutput(line, state.OutputChosen, CompareOutput::Nothing);
+        break;
+    case OptionId::View32:
+        SetView(line, KEY_WOW64_32KEY);
+        break;
+    case OptionId::View64:
+        SetView(line, KEY_WOW64_64KEY);
+        break;
+    }
+}
+
+// The combinations that no single option can refuse by itself.
+void CheckCombinations(const CommandLine& line)
+{
+    if (line.KeysOnly && line.DataOnly)
+        throw ToolError::Syntax();
+    if (line.Command == Verb::Query) {
+        // A named value is shown, not searched; a value name is searched only beside a pattern.
+        const bool oneValue = line.Values == ValueSelection::Named || line.Values == ValueSelection::Default;
+        if ((oneValue && line.Searches()) || (line.Values == ValueSelection::AnyName && !line.Find))
+            throw ToolError::Syntax();
+    }
+    if (line.Command == Verb::Compare && line.Recurse && line.Values != ValueSelection::KeyOnly)
+        throw ToolError::Syntax();
+}
+
 } // namespace
 
-bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right)
+ToolError ToolError::Syntax()
 {
-    if (left.size() != right.size())
-        return false;
-    for (size_t i = 0; i < left.size(); ++i) {
-        if (AsciiUpper(left[i]) != AsciiUpper(right[i]))
-            return false;
-    }
-    return true;
+    return ToolError(Messages::kSyntax, true);
 }
 
-std::wstring KeyPath::FullName() const
+ToolError ToolError::BadKeyName()
 {
-    return SubKey.empty() ? RootName : RootName + L'\\' + SubKey;
-}
-
-KeyPath KeyPath::Child(std::wstring_view name) const
-{
-    KeyPath child = *this;
-    if (!child.SubKey.empty())
-        child.SubKey += L'\\';
-    child.SubKey.append(name);
-    return child;
-}
-
-std::optional<KeyPath> ParseKeyPath(std::wstring_view text)
-{
-    if (!text.empty() && text.back() == L'\\')
-        text.remove_suffix(1);
-    const size_t separator = text.find(L'\\');
-    const RootName* root = FindRoot(text.substr(0, separator));
-    if (root == nullptr)
-        return std::nullopt;
-
-    KeyPath path;
-    path.Root = root->Key;
-    path.RootName = root->Long;
-    if (separator == std::wstring_view::npos)
-        return path;
-
-    const std::wstring_view subKey = text.substr(separator + 1);
-    // An empty component would name a key that cannot exist; the store would reject it with a
-    // less helpful status.
-    if (subKey.empty() || subKey.front() == L'\\' || subKey.back() == L'\\' ||
-        subKey.find(L"\\\\") != std::wstring_view::npos)
-        return std::nullopt;
-    path.SubKey.assign(subKey);
-    return path;
+    return ToolError(Messages::kBadKeyName, true);
 }
 
 std::optional<Verb> VerbFromName(std::wstring_view name)
@@ -208,6 +330,25 @@ std::optional<Verb> VerbFromName(std::wstring_view name)
 const wchar_t* VerbName(Verb verb)
 {
     return EntryOf(verb).Name;
+}
+
+std::vector<Verb> AllVerbs()
+{
+    std::vector<Verb> verbs;
+    for (const VerbEntry& entry : kVerbs)
+        verbs.push_back(entry.Command);
+    return verbs;
+}
+
+std::vector<std::wstring> OptionSpellings(Verb verb)
+{
+    const VerbEntry& entry = EntryOf(verb);
+    std::vector<std::wstring> spellings;
+    for (size_t i = 0; i < entry.OptionCount; ++i) {
+        spellings.push_back(L"/" + std::wstring(entry.Options[i].Short));
+        spellings.push_back(L"--" + std::wstring(entry.Options[i].Long));
+    }
+    return spellings;
 }
 
 bool IsHelpArgument(std::wstring_view arg)
@@ -232,15 +373,19 @@ CommandLine ParseCommandLine(const std::vector<std::wstring>& args)
             return line;
         }
     }
+    if (!entry.Supported)
+        return line;
 
-    bool haveKey = false;
+    ParseState state;
+    bool optionsEnded = false;
     for (size_t i = 1; i < args.size(); ++i) {
         const std::wstring& arg = args[i];
-        if (!LooksLikeOption(arg)) {
-            if (haveKey)
-                throw ToolError::Syntax();
-            line.Key = arg;
-            haveKey = true;
+        if (arg == L"--" && !optionsEnded) {
+            optionsEnded = true;
+            continue;
+        }
+        if (optionsEnded || !LooksLikeOption(arg)) {
+            line.Operands.push_back(arg);
             continue;
         }
 
@@ -248,101 +393,33 @@ CommandLine ParseCommandLine(const std::vector<std::wstring>& args)
         const OptionEntry* option = FindOption(entry, arg, argument);
         if (option == nullptr)
             throw ToolError::Syntax();
-        if (option->TakesArgument && !argument) {
+        if (option->Takes == Argument::Required && !argument) {
             // Whatever follows is the argument, even if it starts with '-': data may well do so.
             if (i + 1 >= args.size())
                 throw ToolError::Syntax();
             argument = args[++i];
-        } else if (!option->TakesArgument && argument) {
+        } else if (option->Takes == Argument::Optional && !argument) {
+            if (i + 1 < args.size() && !LooksLikeOption(args[i + 1]))
+                argument = args[++i];
+        } else if (option->Takes == Argument::None && argument) {
             throw ToolError::Syntax();
         }
-
-        switch (option->Id) {
-        case OptionId::Value:
-            SelectValues(line, ValueSelection::Named);
-            line.ValueName = *argument;
-            break;
-        case OptionId::Default:
-            SelectValues(line, ValueSelection::Default);
-            break;
-        case OptionId::AllValues:
-            SelectValues(line, ValueSelection::AllValues);
-            break;
-        case OptionId::Recurse:
-            SetOnce(line.Recurse);
-            break;
-        case OptionId::Type:
-            SetOnce(line.Type, std::move(*argument));
-            break;
-        case OptionId::Data:
-            SetOnce(line.Data, std::move(*argument));
-            break;
-        case OptionId::Separator:
-            SetOnce(line.Separator, std::move(*argument));
-            break;
-        case OptionId::Force:
-            SetOnce(line.Force);
-            break;
-        }
+        const bool hasArgument = argument.has_value();
+        ApplyOption(line, state, option->Id, hasArgument, hasArgument ? std::move(*argument) : std::wstring());
     }
-    if (!haveKey)
+    if (line.Operands.size() != entry.Operands)
         throw ToolError::Syntax();
+    CheckCombinations(line);
     return line;
 }
 
-std::wstring UsageText(std::optional<Verb> verb)
+KeyPath RequireKeyPath(const CommandLine& line, size_t operand)
 {
-    if (!verb) {
-        return L"tessel-reg COMMAND ARGUMENTS\n"
-               L"\n"
-               L"Commands:\n"
-               L"  query   show a key's values and sub-keys\n"
-               L"  add     create a key or set a value\n"
-               L"  delete  delete a value, all values or a whole key\n"
-               L"\n"
-               L"KEY is ROOT\\path, where ROOT is HKLM, HKCU, HKCR, HKU or HKCC, or the long form\n"
-               L"(HKEY_LOCAL_MACHINE, ...).\n"
-               L"\n"
-               L"Options (each also as -x, and as the POSIX long form in brackets):\n"
-               L"  /v NAME (--value)   /ve (--default)   /va (--all-values)   /t TYPE (--type)\n"
-               L"  /d DATA (--data)    /f (--force)      /s (--recurse for query, --separator for add)\n"
-               L"  /? (-h, --help)\n"
-               L"Type \"tessel-reg COMMAND /?\" for what a command takes.\n";
-    }
-    switch (*verb) {
-    case Verb::Query:
-        return L"tessel-reg query KEY [/v NAME | /ve] [/s]\n"
-               L"\n"
-               L"  /v NAME, --value NAME  show only the value NAME\n"
-               L"  /ve, --default         show only the default value\n"
-               L"  /s, --recurse          show all sub-keys and their values, at any depth; with /v or /ve,\n"
-               L"                         show that value wherever it is in the tree\n"
-               L"\n"
-               L"Example: tessel-reg query HKLM\\Software\\Example /s\n";
-    case Verb::Add:
-        return L"tessel-reg add KEY [/v NAME | /ve] [/t TYPE] [/s SEPARATOR] [/d DATA] [/f]\n"
-               L"\n"
-               L"  /v NAME, --value NAME    the value to set; without /v or /ve, /d sets the default value\n"
-               L"  /ve, --default           set the default value\n"
-               L"  /t TYPE, --type TYPE     REG_SZ (the default), REG_MULTI_SZ, REG_EXPAND_SZ, REG_DWORD,\n"
-               L"                           REG_QWORD, REG_BINARY or REG_NONE\n"
-               L"  /s SEP, --separator SEP  the one character between REG_MULTI_SZ items in DATA (else \\0)\n"
-               L"  /d DATA, --data DATA     numbers in decimal or 0x hex, binary as hex pairs\n"
-               L"  /f, --force              overwrite an existing value without asking\n"
-               L"\n"
-               L"Example: tessel-reg add HKLM\\Software\\Example /v Retries /t REG_DWORD /d 3\n";
-    case Verb::Delete:
-        return L"tessel-reg delete KEY [/v NAME | /ve | /va] [/f]\n"
-               L"\n"
-               L"  /v NAME, --value NAME  delete the value NAME\n"
-               L"  /ve, --default         delete the default value\n"
-               L"  /va, --all-values      delete all values of the key, keeping its sub-keys\n"
-               L"  /f, --force            delete without asking\n"
-               L"\n"
-               L"Without /v, /ve or /va the key is deleted with all its sub-keys.\n"
-               L"Example: tessel-reg delete HKLM\\Software\\Example /v Retries /f\n";
-    }
-    return {};
+    std::optional<KeyPath> path = ParseKeyPath(line.Operands.at(operand));
+    if (!path)
+        throw ToolError::BadKeyName();
+    path->View = line.View;
+    return *path;
 }
 
 } // namespace Tessel::Reg

@@ -1,6 +1,6 @@
-// The tessel-reg command line: which command, which key, and the options that shape it, with
-// the failure that ends a command. Each option has its administrator's form (/v, also -v) and a
-// POSIX long form (--value).
+// The tessel-reg command line: which command, its keys and files, and the options that shape
+// it, with the failure that ends a command. Each option has its administrator's form (/v, also
+// -v) and a POSIX long form (--value).
 #pragma once
 
 #include <optional>
@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "KeyPath.h"
 #include "TesselWin32.h"
 
 namespace Tessel::Reg {
@@ -20,8 +21,8 @@ public:
     ToolError(std::wstring message, bool usageHint) : m_message(std::move(message)), m_usageHint(usageHint) {}
 
     // Arguments that don't form a valid command.
-    static ToolError Syntax() { return ToolError(L"Invalid syntax.", true); }
-    static ToolError BadKeyName() { return ToolError(L"Invalid key name.", true); }
+    static ToolError Syntax();
+    static ToolError BadKeyName();
     // A registry call failed; the text is the one Windows gives for the status.
     static ToolError FromStatus(LSTATUS status);
 
@@ -33,28 +34,9 @@ private:
     bool m_usageHint = false;
 };
 
-// A key as users name it: a root in its short or long form, then a backslash path.
-struct KeyPath {
-    HKEY Root = nullptr;
-    std::wstring RootName; // always the long form, as output shows it
-    std::wstring SubKey;   // empty for the root itself; never starts or ends with a backslash
-
-    // The path as output shows it: the long root name, then the sub-key path.
-    std::wstring FullName() const;
-    bool IsRoot() const { return SubKey.empty(); }
-    // The path of a child named name.
-    KeyPath Child(std::wstring_view name) const;
-};
-
-// Parses "HKLM\Software\X" and its long form. The root is matched without regard to case; one
-// trailing backslash is allowed. Returns nothing for an unknown root, an empty path component or
-// a remote-machine name.
-std::optional<KeyPath> ParseKeyPath(std::wstring_view text);
-
-// ASCII-only case folding comparison; option names, roots and type names are ASCII.
-bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right);
-
-enum class Verb { Query, Add, Delete };
+// The commands, in the order help lists them. A new command is a new entry here, a table of
+// options in CommandLine.cpp, a usage text and an entry in the dispatch of Commands.cpp.
+enum class Verb { Query, Add, Delete, Copy, Compare, Export, Import, Load, Unload, Flags };
 
 // Which values of the key a command is about.
 enum class ValueSelection {
@@ -62,32 +44,55 @@ enum class ValueSelection {
     Named,     // /v NAME
     Default,   // /ve
     AllValues, // /va
+    AnyName,   // query's /v without a name, beside /f: search value names only
 };
+
+// What compare prints besides its verdict.
+enum class CompareOutput { Differences, All, Same, Nothing };
 
 struct CommandLine {
     Verb Command = Verb::Query;
     bool Help = false; // /?, -h or --help anywhere: print the command's usage and do nothing else
-    std::wstring Key;
+    std::vector<std::wstring> Operands; // the keys and files, in the order given
     ValueSelection Values = ValueSelection::KeyOnly;
     std::wstring ValueName; // for ValueSelection::Named
     bool Recurse = false;
-    std::optional<std::wstring> Type;
+    std::optional<std::wstring> Type; // add: the type; query: the types to search, comma-separated
     std::optional<std::wstring> Data;
     std::optional<std::wstring> Separator;
-    bool Force = false;
+    std::optional<std::wstring> Find; // query's /f pattern
+    bool KeysOnly = false;
+    bool DataOnly = false;
+    bool CaseSensitive = false;
+    bool ExactMatch = false;
+    bool NumericTypes = false;
+    bool Force = false; // /f of add, delete and copy; /y of export
+    CompareOutput Output = CompareOutput::Differences;
+    REGSAM View = 0; // /reg:32 or /reg:64
+
+    // Query searches, rather than lists, when any search option is given.
+    bool Searches() const { return Find || KeysOnly || DataOnly || CaseSensitive || ExactMatch || Type; }
 };
 
 // The command a verb names ("query", "QUERY"), if any.
 std::optional<Verb> VerbFromName(std::wstring_view name);
 const wchar_t* VerbName(Verb verb);
+// Every verb, in the order help lists them.
+std::vector<Verb> AllVerbs();
+// Every spelling of every option a verb takes: "/v", "--value", ...
+std::vector<std::wstring> OptionSpellings(Verb verb);
 // /?, -?, -h and --help.
 bool IsHelpArgument(std::wstring_view arg);
 
 // Parses the arguments after the program name. Throws ToolError for anything that isn't a
 // well-formed command: an unknown verb or option, an option the verb doesn't take, a missing
-// option argument, a repeated option, conflicting value options, a missing or second key.
-// Whether the key and the option arguments mean anything is left to the command.
+// option argument, a repeated or conflicting option, too few or too many keys and files.
+// Whether the keys and the option arguments mean anything is left to the command. Verbs this
+// system doesn't support take any arguments, so that they can say so.
 CommandLine ParseCommandLine(const std::vector<std::wstring>& args);
+
+// The key an operand names, in the command line's view; throws ToolError::BadKeyName.
+KeyPath RequireKeyPath(const CommandLine& line, size_t operand);
 
 // Usage of one command, or of the tool as a whole; lines end in '\n'.
 std::wstring UsageText(std::optional<Verb> verb);

@@ -17,17 +17,36 @@ namespace Tessel::Reg {
 int RunQuery(const CommandLine& line, Console& console);
 int RunAdd(const CommandLine& line, Console& console);
 int RunDelete(const CommandLine& line, Console& console);
+int RunCopy(const CommandLine& line, Console& console);
+int RunCompare(const CommandLine& line, Console& console);
+int RunExport(const CommandLine& line, Console& console);
+int RunImport(const CommandLine& line, Console& console);
+// load, unload and flags: there is nothing on this system for them to act on.
+int RunUnsupported(const CommandLine& line, Console& console);
 
-// The whole tool over the arguments after the program name: usage, dispatch, and the one-line
-// "ERROR: ..." report of a failure.
+// The whole tool over the arguments after the program name: usage, version, dispatch, and the
+// one-line "ERROR: ..." report of a failure.
 int RunTool(const std::vector<std::wstring>& args, Console& console);
+// The same over arguments in UTF-8, as Linux passes them: one that isn't valid UTF-8 is an error
+// that names it, since a replaced character would silently name another key or value.
+int RunToolUtf8(const std::vector<std::string>& args, Console& console);
+
+// What --version prints: the tool's and the library's versions, one per line.
+std::wstring VersionText();
+
+// How value lines show data and types: query's /se and /z.
+struct ValueFormat {
+    std::wstring Separator = kMultiStringSeparator;
+    bool NumericType = false;
+};
 
 // "    NAME    TYPE    DATA\n"; the default value is named "(Default)".
-std::wstring FormatValueLine(const RegistryValue& value);
+std::wstring FormatValueLine(const RegistryValue& value, const ValueFormat& format = {});
 // The line shown for /ve when the key has no default value.
 std::wstring FormatUnsetDefaultLine();
 // A blank line, the key's path, then its values.
-std::wstring FormatKeyBlock(const std::wstring& keyName, const std::vector<RegistryValue>& values);
+std::wstring FormatKeyBlock(const std::wstring& keyName, const std::vector<RegistryValue>& values,
+                            const ValueFormat& format = {});
 // A blank line, then each sub-key's full path.
 std::wstring FormatSubKeyList(const std::wstring& keyName, const std::vector<std::wstring>& subKeyNames);
 // The summary after a search over a tree.

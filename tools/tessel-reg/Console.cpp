@@ -3,10 +3,12 @@
 
 #include "Console.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 
-#include "CommandLine.h"
+#include "AsciiText.h"
+#include "RegFileText.h"
 #include "TesselWin32.h"
 
 #if defined(_WIN32)
@@ -64,6 +66,40 @@ std::wstring WideFromUtf8(std::string_view text)
     std::wstring wide(static_cast<size_t>(size), L'\0');
     MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), size);
     return wide;
+}
+
+std::optional<std::wstring> WideFromStrictUtf8(std::string_view text)
+{
+    std::u16string units;
+    if (!RegFileText::DecodeUtf8(reinterpret_cast<const BYTE*>(text.data()), text.size(), units))
+        return std::nullopt;
+    return RegFileText::WideFromUnits(units);
+}
+
+std::wstring ShowBytes(std::string_view text)
+{
+    static const wchar_t digits[] = L"0123456789ABCDEF";
+    std::wstring shown;
+    size_t i = 0;
+    while (i < text.size()) {
+        // The longest run of up to four bytes from here that decodes.
+        size_t length = 0;
+        std::optional<std::wstring> character;
+        for (size_t n = std::min<size_t>(4, text.size() - i); n > 0 && !character; --n) {
+            character = WideFromStrictUtf8(text.substr(i, n));
+            length = n;
+        }
+        if (character) {
+            shown += *character;
+            i += length;
+        } else {
+            const auto byte = static_cast<unsigned char>(text[i++]);
+            shown += L"\\x";
+            shown += digits[byte >> 4];
+            shown += digits[byte & 0xF];
+        }
+    }
+    return shown;
 }
 
 std::optional<bool> ParseAnswer(std::wstring_view answer)

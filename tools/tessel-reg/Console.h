@@ -36,6 +36,10 @@ public:
 // UTF-8 to and from wide text through the system's conversion; invalid input becomes U+FFFD.
 std::string Utf8FromWide(std::wstring_view text);
 std::wstring WideFromUtf8(std::string_view text);
+// Nothing when the text isn't valid UTF-8.
+std::optional<std::wstring> WideFromStrictUtf8(std::string_view text);
+// Text that may not be valid UTF-8, for a message: bytes that don't decode show as \xNN.
+std::wstring ShowBytes(std::string_view text);
 
 // How an answer to a yes/no question reads: true for yes, false for no, nothing if it is neither.
 std::optional<bool> ParseAnswer(std::wstring_view answer);

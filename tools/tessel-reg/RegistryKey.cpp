@@ -6,11 +6,11 @@
 #include <limits>
 #include <utility>
 
+#include "common/SystemText.h"
+
 namespace Tessel::Reg {
 namespace {
 
-// Room for the longest value name the registry allows, with its terminator.
-constexpr DWORD kMaxValueNameChars = 16384;
 // Key names are shorter; a few spare characters cost nothing.
 constexpr DWORD kMaxKeyNameChars = 512;
 
@@ -62,7 +62,7 @@ void RegistryKey::Close()
 LSTATUS RegistryKey::Open(const KeyPath& path, REGSAM access)
 {
     Close();
-    return RegOpenKeyExW(path.Root, path.SubKey.c_str(), 0, access, &m_key);
+    return RegOpenKeyExW(path.Root, path.SubKey.c_str(), 0, access | path.View, &m_key);
 }
 
 LSTATUS RegistryKey::Create(const KeyPath& path, REGSAM access)
@@ -70,8 +70,14 @@ LSTATUS RegistryKey::Create(const KeyPath& path, REGSAM access)
     Close();
     if (path.IsRoot())
         return Open(path, access);
-    return RegCreateKeyExW(path.Root, path.SubKey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, access, nullptr,
-                           &m_key, nullptr);
+    return RegCreateKeyExW(path.Root, path.SubKey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, access | path.View,
+                           nullptr, &m_key, nullptr);
+}
+
+LSTATUS RegistryKey::OpenChild(const RegistryKey& parent, const std::wstring& name, REGSAM access)
+{
+    Close();
+    return RegOpenKeyExW(parent.m_key, name.c_str(), 0, access, &m_key);
 }
 
 LSTATUS RegistryKey::ReadValue(const std::wstring& name, RegistryValue& value) const
@@ -85,20 +91,15 @@ LSTATUS RegistryKey::ReadValue(const std::wstring& name, RegistryValue& value) c
 LSTATUS RegistryKey::ReadValues(std::vector<RegistryValue>& values) const
 {
     values.clear();
-    std::vector<wchar_t> name(kMaxValueNameChars);
-    for (DWORD index = 0;; ++index) {
-        RegistryValue value;
-        const LSTATUS status = ReadGrowing(value.Data, [&](BYTE* data, DWORD* size) {
-            DWORD nameChars = static_cast<DWORD>(name.size());
-            return RegEnumValueW(m_key, index, name.data(), &nameChars, nullptr, &value.Type, data, size);
-        });
-        if (status == ERROR_NO_MORE_ITEMS)
-            return ERROR_SUCCESS;
-        if (status != ERROR_SUCCESS)
-            return status;
-        value.Name = name.data();
-        values.push_back(std::move(value));
-    }
+    return ForEachValue([&values](std::wstring_view name, DWORD type, const BYTE* data, DWORD size) {
+        values.push_back(RegistryValue{std::wstring(name), type, std::vector<BYTE>(data, data + size)});
+    });
+}
+
+LSTATUS RegistryKey::QueryLargestValue(DWORD& nameChars, DWORD& dataBytes) const
+{
+    return RegQueryInfoKeyW(m_key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &nameChars,
+                            &dataBytes, nullptr, nullptr);
 }
 
 LSTATUS RegistryKey::ReadSubKeyNames(std::vector<std::wstring>& names) const
@@ -130,9 +131,17 @@ LSTATUS RegistryKey::DeleteValue(const std::wstring& name) const
     return RegDeleteValueW(m_key, name.c_str());
 }
 
-ToolError ToolError::FromStatus(LSTATUS status)
+LSTATUS DeleteKeyTree(const KeyPath& path)
 {
-    return ToolError(StatusText(status), false);
+    if (path.IsRoot())
+        return ERROR_ACCESS_DENIED;
+    // Through a handle of its own, so that the view decides which key goes; deleting ignores
+    // the handle's rights, but the open asks for what deleting a tree needs.
+    RegistryKey key;
+    const LSTATUS status = key.Open(path, DELETE | KEY_QUERY_VALUE | KEY_ENUMERATE_SUB_KEYS);
+    if (status != ERROR_SUCCESS)
+        return status;
+    return SHDeleteKeyW(key.Handle(), L"");
 }
 
 std::wstring StatusText(LSTATUS status)
@@ -142,39 +151,18 @@ std::wstring StatusText(LSTATUS status)
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
         return L"The system was unable to find the specified registry key or value.";
-    case ERROR_ACCESS_DENIED:
-        return L"Access is denied.";
-    case ERROR_INVALID_HANDLE:
-        return L"The handle is invalid.";
-    case ERROR_NOT_ENOUGH_MEMORY:
-    case ERROR_OUTOFMEMORY:
-        return L"Not enough memory resources are available to process this command.";
-    case ERROR_INVALID_PARAMETER:
-        return L"The parameter is incorrect.";
-    case ERROR_INVALID_NAME:
-    case ERROR_BAD_PATHNAME:
-        return L"The filename, directory name, or volume label syntax is incorrect.";
-    case ERROR_BADDB:
-        return L"The configuration registry database is corrupt.";
-    case ERROR_BADKEY:
-        return L"The configuration registry key is invalid.";
-    case ERROR_CANTOPEN:
-        return L"The configuration registry key could not be opened.";
-    case ERROR_CANTREAD:
-        return L"The configuration registry key could not be read.";
-    case ERROR_CANTWRITE:
-        return L"The configuration registry key could not be written.";
+    // The system's texts of these run over several sentences; a command line wants their gist.
     case ERROR_REGISTRY_CORRUPT:
         return L"The structure of one of the files containing registry data is corrupt.";
     case ERROR_REGISTRY_IO_FAILED:
         return L"An I/O operation initiated by the registry failed unrecoverably.";
-    case ERROR_KEY_DELETED:
-        return L"Illegal operation attempted on a registry key that has been marked for deletion.";
-    case ERROR_INVALID_DATA:
-        return L"The data is invalid.";
     default:
-        return L"The registry call failed with status " + std::to_wstring(status) + L".";
+        break;
     }
+    std::wstring text = Detail::SystemTextLine(static_cast<DWORD>(status));
+    if (text.empty())
+        text = L"The registry call failed with status " + std::to_wstring(status) + L".";
+    return text;
 }
 
 } // namespace Tessel::Reg

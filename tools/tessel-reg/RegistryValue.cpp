@@ -6,32 +6,48 @@
 #include <cstdint>
 #include <limits>
 
-#include "CommandLine.h"
+#include "AsciiText.h"
+#include "common/DigitValue.h"
 #include "common/Utf16Data.h"
 
 namespace Tessel::Reg {
 namespace {
 
+// How the command line writes a type's data, and how query shows it.
+enum class DataForm { Text, MultiText, Number32, Number32BigEndian, Number64, HexPairs };
+
 struct TypeEntry {
     DWORD Type;
     const wchar_t* Name;
-    bool Writable; // add accepts it after /t
+    DataForm Form;
 };
 
+// The first entry of a type gives its name; later ones are other names add accepts for it.
 const TypeEntry kTypes[] = {
-    {REG_NONE, L"REG_NONE", true},
-    {REG_SZ, L"REG_SZ", true},
-    {REG_EXPAND_SZ, L"REG_EXPAND_SZ", true},
-    {REG_BINARY, L"REG_BINARY", true},
-    {REG_DWORD, L"REG_DWORD", true},
-    {REG_DWORD_BIG_ENDIAN, L"REG_DWORD_BIG_ENDIAN", false},
-    {REG_LINK, L"REG_LINK", false},
-    {REG_MULTI_SZ, L"REG_MULTI_SZ", true},
-    {REG_RESOURCE_LIST, L"REG_RESOURCE_LIST", false},
-    {REG_FULL_RESOURCE_DESCRIPTOR, L"REG_FULL_RESOURCE_DESCRIPTOR", false},
-    {REG_RESOURCE_REQUIREMENTS_LIST, L"REG_RESOURCE_REQUIREMENTS_LIST", false},
-    {REG_QWORD, L"REG_QWORD", true},
+    {REG_NONE, L"REG_NONE", DataForm::HexPairs},
+    {REG_SZ, L"REG_SZ", DataForm::Text},
+    {REG_EXPAND_SZ, L"REG_EXPAND_SZ", DataForm::Text},
+    {REG_BINARY, L"REG_BINARY", DataForm::HexPairs},
+    {REG_DWORD, L"REG_DWORD", DataForm::Number32},
+    {REG_DWORD_LITTLE_ENDIAN, L"REG_DWORD_LITTLE_ENDIAN", DataForm::Number32},
+    {REG_DWORD_BIG_ENDIAN, L"REG_DWORD_BIG_ENDIAN", DataForm::Number32BigEndian},
+    {REG_LINK, L"REG_LINK", DataForm::Text},
+    {REG_MULTI_SZ, L"REG_MULTI_SZ", DataForm::MultiText},
+    {REG_RESOURCE_LIST, L"REG_RESOURCE_LIST", DataForm::HexPairs},
+    {REG_FULL_RESOURCE_DESCRIPTOR, L"REG_FULL_RESOURCE_DESCRIPTOR", DataForm::HexPairs},
+    {REG_RESOURCE_REQUIREMENTS_LIST, L"REG_RESOURCE_REQUIREMENTS_LIST", DataForm::HexPairs},
+    {REG_QWORD, L"REG_QWORD", DataForm::Number64},
+    {REG_QWORD_LITTLE_ENDIAN, L"REG_QWORD_LITTLE_ENDIAN", DataForm::Number64},
 };
+
+const TypeEntry* FindType(DWORD type)
+{
+    for (const TypeEntry& entry : kTypes) {
+        if (entry.Type == type)
+            return &entry;
+    }
+    return nullptr;
+}
 
 const wchar_t kHexDigits[] = L"0123456789ABCDEF";
 
@@ -56,17 +72,6 @@ std::wstring HexPairs(const std::vector<BYTE>& data)
     return text;
 }
 
-int HexDigitValue(wchar_t c)
-{
-    if (c >= L'0' && c <= L'9')
-        return c - L'0';
-    if (c >= L'a' && c <= L'f')
-        return c - L'a' + 10;
-    if (c >= L'A' && c <= L'F')
-        return c - L'A' + 10;
-    return -1;
-}
-
 // Decimal or 0x hex, nothing else: no sign, no spaces, no suffix, nothing above max.
 std::optional<std::uint64_t> ParseNumber(std::wstring_view text, std::uint64_t max)
 {
@@ -79,8 +84,8 @@ std::optional<std::uint64_t> ParseNumber(std::wstring_view text, std::uint64_t m
         return std::nullopt;
     std::uint64_t value = 0;
     for (wchar_t c : text) {
-        const int digit = HexDigitValue(c);
-        if (digit < 0 || static_cast<unsigned>(digit) >= base)
+        const int digit = Detail::DigitValue(c);
+        if (static_cast<unsigned>(digit) >= base)
             return std::nullopt;
         if (value > (max - static_cast<unsigned>(digit)) / base)
             return std::nullopt;
@@ -111,6 +116,22 @@ void AppendTerminator(std::vector<BYTE>& bytes)
     bytes.push_back(0);
 }
 
+std::optional<std::vector<BYTE>> ParseHexPairs(std::wstring_view text)
+{
+    if (text.size() % 2 != 0)
+        return std::nullopt;
+    std::vector<BYTE> bytes;
+    bytes.reserve(text.size() / 2);
+    for (size_t i = 0; i < text.size(); i += 2) {
+        const int high = Detail::DigitValue(text[i]);
+        const int low = Detail::DigitValue(text[i + 1]);
+        if (high >= 16 || low >= 16)
+            return std::nullopt;
+        bytes.push_back(static_cast<BYTE>(high * 16 + low));
+    }
+    return bytes;
+}
+
 std::optional<std::vector<BYTE>> ParseMultiString(std::wstring_view text, std::wstring_view separator)
 {
     std::vector<BYTE> bytes;
@@ -136,59 +157,52 @@ std::optional<std::vector<BYTE>> ParseMultiString(std::wstring_view text, std::w
 
 std::wstring TypeName(DWORD type)
 {
-    for (const TypeEntry& entry : kTypes) {
-        if (entry.Type == type)
-            return entry.Name;
-    }
-    return L"REG_UNKNOWN";
+    const TypeEntry* entry = FindType(type);
+    return entry != nullptr ? entry->Name : L"REG_UNKNOWN";
 }
 
 std::optional<DWORD> TypeFromName(std::wstring_view name)
 {
     for (const TypeEntry& entry : kTypes) {
-        if (entry.Writable && EqualsIgnoringCase(name, entry.Name))
+        if (EqualsIgnoringCase(name, entry.Name))
             return entry.Type;
     }
     return std::nullopt;
 }
 
-std::wstring FormatData(DWORD type, const std::vector<BYTE>& data)
+std::wstring FormatData(DWORD type, const std::vector<BYTE>& data, std::wstring_view separator)
 {
-    switch (type) {
-    case REG_SZ:
-    case REG_EXPAND_SZ: {
+    const TypeEntry* entry = FindType(type);
+    switch (entry != nullptr ? entry->Form : DataForm::HexPairs) {
+    case DataForm::Text: {
         // Strings need not be stored with their terminator, nor end at the first one.
         const std::wstring text = TextFromUtf16(data);
         return text.substr(0, text.find(L'\0'));
     }
-    case REG_MULTI_SZ: {
-        const std::wstring text = TextFromUtf16(data);
+    case DataForm::MultiText: {
         std::wstring joined;
-        size_t start = 0;
-        while (start < text.size()) {
-            const size_t end = std::min(text.find(L'\0', start), text.size());
-            if (end == start)
-                break; // the empty item that ends the list
-            if (!joined.empty())
-                joined += kMultiStringSeparator;
-            joined.append(text, start, end - start);
-            start = end + 1;
+        bool first = true;
+        for (const std::wstring& item : Detail::WideListFromUtf16(data.data(), data.size())) {
+            if (!first)
+                joined += separator;
+            joined += item;
+            first = false;
         }
         return joined;
     }
-    case REG_DWORD:
+    case DataForm::Number32:
         if (data.size() == sizeof(DWORD))
             return LowerHexNumber(LittleEndian(data));
         break;
-    case REG_DWORD_BIG_ENDIAN:
+    case DataForm::Number32BigEndian:
         if (data.size() == sizeof(DWORD))
             return LowerHexNumber(LittleEndian(std::vector<BYTE>(data.rbegin(), data.rend())));
         break;
-    case REG_QWORD:
+    case DataForm::Number64:
         if (data.size() == sizeof(ULONGLONG))
             return LowerHexNumber(LittleEndian(data));
         break;
-    default:
+    case DataForm::HexPairs:
         break;
     }
     return HexPairs(data);
@@ -196,44 +210,37 @@ std::wstring FormatData(DWORD type, const std::vector<BYTE>& data)
 
 std::optional<std::vector<BYTE>> ParseData(DWORD type, std::wstring_view text, std::wstring_view separator)
 {
-    switch (type) {
-    case REG_SZ:
-    case REG_EXPAND_SZ: {
+    const TypeEntry* entry = FindType(type);
+    if (entry == nullptr)
+        return std::nullopt;
+    switch (entry->Form) {
+    case DataForm::Text: {
         std::vector<BYTE> bytes = Utf16FromText(text);
         AppendTerminator(bytes);
         return bytes;
     }
-    case REG_MULTI_SZ:
+    case DataForm::MultiText:
         return ParseMultiString(text, separator);
-    case REG_DWORD:
-    case REG_QWORD: {
-        const bool isDword = type == REG_DWORD;
+    case DataForm::Number32:
+    case DataForm::Number32BigEndian:
+    case DataForm::Number64: {
+        const bool isQword = entry->Form == DataForm::Number64;
+        const size_t size = isQword ? sizeof(ULONGLONG) : sizeof(DWORD);
         // No data at all stores zero, as the administrator's tool does.
-        if (text.empty())
-            return LittleEndianBytes(0, isDword ? sizeof(DWORD) : sizeof(ULONGLONG));
-        const auto value = ParseNumber(text, isDword ? std::numeric_limits<DWORD>::max()
-                                                     : std::numeric_limits<std::uint64_t>::max());
+        const auto value = text.empty() ? std::optional<std::uint64_t>(0)
+                                         : ParseNumber(text, isQword ? std::numeric_limits<std::uint64_t>::max()
+                                                                     : std::numeric_limits<DWORD>::max());
         if (!value)
             return std::nullopt;
-        return LittleEndianBytes(*value, isDword ? sizeof(DWORD) : sizeof(ULONGLONG));
-    }
-    case REG_BINARY:
-    case REG_NONE: {
-        if (text.size() % 2 != 0)
-            return std::nullopt;
-        std::vector<BYTE> bytes;
-        for (size_t i = 0; i < text.size(); i += 2) {
-            const int high = HexDigitValue(text[i]);
-            const int low = HexDigitValue(text[i + 1]);
-            if (high < 0 || low < 0)
-                return std::nullopt;
-            bytes.push_back(static_cast<BYTE>(high * 16 + low));
-        }
+        std::vector<BYTE> bytes = LittleEndianBytes(*value, size);
+        if (entry->Form == DataForm::Number32BigEndian)
+            std::reverse(bytes.begin(), bytes.end());
         return bytes;
     }
-    default:
-        return std::nullopt;
+    case DataForm::HexPairs:
+        return ParseHexPairs(text);
     }
+    return std::nullopt;
 }
 
 std::vector<BYTE> Utf16FromText(std::wstring_view text)

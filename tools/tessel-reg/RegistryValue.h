@@ -30,15 +30,17 @@ inline std::wstring DisplayName(const std::wstring& valueName)
 
 // The name of a type ("REG_DWORD"); types without a name show as REG_UNKNOWN.
 std::wstring TypeName(DWORD type);
-// The types that add can write, by name, case-insensitively.
+// A type by any of its names (REG_DWORD_LITTLE_ENDIAN is REG_DWORD), case-insensitively.
 std::optional<DWORD> TypeFromName(std::wstring_view name);
 
-// The data as query shows it: strings as text, numbers as 0x hex, everything else (and numbers
-// of the wrong size) as upper-case hex pairs. Multi-string items are joined by "\0".
-std::wstring FormatData(DWORD type, const std::vector<BYTE>& data);
+// The data as query shows it: strings and links as text, numbers as 0x hex, everything else (and
+// numbers of the wrong size) as upper-case hex pairs. Multi-string items are joined by separator.
+std::wstring FormatData(DWORD type, const std::vector<BYTE>& data,
+                        std::wstring_view separator = kMultiStringSeparator);
 
-// The bytes that add stores for text typed after /d. Numbers take decimal or 0x hex, binary takes
-// hex pairs, multi-strings are split at separator. Returns nothing when the text doesn't fit the type.
+// The bytes that add stores for text typed after /d. Numbers take decimal or 0x hex and
+// REG_DWORD_BIG_ENDIAN is stored big-endian; binary, REG_NONE and the resource types take hex
+// pairs; multi-strings are split at separator. Returns nothing when the text doesn't fit the type.
 std::optional<std::vector<BYTE>> ParseData(DWORD type, std::wstring_view text,
                                            std::wstring_view separator = kMultiStringSeparator);
 

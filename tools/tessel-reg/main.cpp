@@ -1,5 +1,6 @@
-// tessel-reg's entry point: the arguments as wide text, handed to the tool.
+// tessel-reg's entry point: the arguments handed to the tool.
 
+#include <clocale>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@
 // Windows gives the arguments as UTF-16 only to wmain.
 int wmain(int argc, wchar_t** argv)
 {
+    std::setlocale(LC_CTYPE, "");
     const std::vector<std::wstring> args(argv + (argc > 0 ? 1 : 0), argv + argc);
     Tessel::Reg::StandardConsole console;
     return Tessel::Reg::RunTool(args, console);
@@ -17,10 +19,10 @@ int wmain(int argc, wchar_t** argv)
 #else
 int main(int argc, char** argv)
 {
-    std::vector<std::wstring> args;
-    for (int i = 1; i < argc; ++i)
-        args.push_back(Tessel::Reg::WideFromUtf8(argv[i]));
+    // Case-insensitive searches fold letters as the user's locale does.
+    std::setlocale(LC_CTYPE, "");
+    const std::vector<std::string> args(argv + (argc > 0 ? 1 : 0), argv + argc);
     Tessel::Reg::StandardConsole console;
-    return Tessel::Reg::RunTool(args, console);
+    return Tessel::Reg::RunToolUtf8(args, console);
 }
 #endif

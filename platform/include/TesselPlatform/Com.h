@@ -110,6 +110,10 @@ TESSEL_PLATFORM_API extern const IID IID_IErrorInfo;
 TESSEL_PLATFORM_API extern const IID IID_ICreateErrorInfo;
 TESSEL_PLATFORM_API extern const IID IID_ISupportErrorInfo;
 
+// Writes the GUID as "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}", upper-case, with its terminator;
+// gives the 39 characters written, or 0 when cchMax is less than that.
+TESSEL_PLATFORM_API int WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax);
+
 // A BSTR carries its length in front of the text; SysAllocString(nullptr) gives nullptr, and
 // SysFreeString and SysStringLen accept nullptr.
 TESSEL_PLATFORM_API BSTR WINAPI SysAllocString(const OLECHAR* psz);

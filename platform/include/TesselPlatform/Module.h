@@ -3,7 +3,6 @@
 // image base is on Windows; resources are tables that a module registers when it is loaded.
 #pragma once
 
-#include "TesselPlatform/Text.h"
 #include "TesselPlatform/Types.h"
 
 struct HINSTANCE__;
@@ -25,6 +24,13 @@ typedef INT_PTR(WINAPI* FARPROC)();
 #  define ERROR_BAD_EXE_FORMAT 193L
 #endif
 
+// Marks the definition of a static object that a module's DLL_PROCESS_DETACH work uses. On
+// Windows the loader calls DllMain's detach before the module's static objects end; here the load
+// hook that stands in for DllMain is a static object itself, so objects with this mark are made
+// before, and end after, every static object without it, whatever the order in which the
+// module's units are linked.
+#define TESSEL_OUTLIVES_LOAD_HOOK __attribute__((init_priority(1000)))
+
 #define DLL_PROCESS_DETACH 0
 #define DLL_PROCESS_ATTACH 1
 #define DLL_THREAD_ATTACH 2
@@ -38,8 +44,6 @@ typedef INT_PTR(WINAPI* FARPROC)();
 #define GET_MODULE_HANDLE_EX_FLAG_PIN 0x00000001
 #define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x00000002
 #define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x00000004
-
-#define CRITICAL_SECTION_NO_DEBUG_INFO 0x01000000
 
 #define IS_INTRESOURCE(r) ((reinterpret_cast<ULONG_PTR>(r) >> 16) == 0)
 #define MAKEINTRESOURCEW(i) reinterpret_cast<LPWSTR>(static_cast<ULONG_PTR>(static_cast<WORD>(i)))
@@ -86,13 +90,6 @@ TESSEL_PLATFORM_API DWORD WINAPI SizeofResource(HMODULE hModule, HRSRC hResInfo)
 // end; TESSEL_MODULE_RESOURCES below does both.
 TESSEL_PLATFORM_API BOOL WINAPI TesselRegisterModuleResources(const TESSEL_RESOURCE* table, DWORD count);
 TESSEL_PLATFORM_API void WINAPI TesselUnregisterModuleResources(const TESSEL_RESOURCE* table);
-
-TESSEL_PLATFORM_API BOOL WINAPI InitializeCriticalSectionEx(LPCRITICAL_SECTION section, DWORD dwSpinCount,
-                                                            DWORD flags);
-// True when a tracer is attached to the process.
-TESSEL_PLATFORM_API BOOL WINAPI IsDebuggerPresent(void);
-// Writes the text to standard error when a debugger is attached, as the debugger's output.
-TESSEL_PLATFORM_API void WINAPI OutputDebugStringW(LPCWSTR lpOutputString);
 
 TESSEL_EXTERN_C_END
 

@@ -1,6 +1,7 @@
-// The system's message texts and its local heap, with the Windows signatures: FormatMessageW over
-// an English table of the Win32 codes and HRESULTs that the library meets, and LocalAlloc and
-// LocalFree, which own the texts that FormatMessageW allocates.
+// The system's own services, with the Windows signatures: critical sections, the thread's last
+// error, the debugger's output channel, FormatMessageW over an English table of the Win32 codes
+// and HRESULTs that the library meets, and LocalAlloc and LocalFree, which own the texts that
+// FormatMessageW allocates.
 #pragma once
 
 #include <cstdarg>
@@ -9,6 +10,13 @@
 #include "TesselPlatform/Types.h"
 
 typedef HANDLE HLOCAL;
+
+typedef struct _RTL_CRITICAL_SECTION {
+    void* Impl;         // the platform's recursive mutex, made by InitializeCriticalSection
+    LONG RecursionCount; // how often the owning thread has entered
+} CRITICAL_SECTION, *LPCRITICAL_SECTION, *PCRITICAL_SECTION;
+
+#define CRITICAL_SECTION_NO_DEBUG_INFO 0x01000000
 
 #define LMEM_FIXED 0x0000
 #define LMEM_MOVEABLE 0x0002
@@ -35,6 +43,24 @@ typedef HANDLE HLOCAL;
 #define ERROR_RESOURCE_LANG_NOT_FOUND 1815L
 
 TESSEL_EXTERN_C_BEGIN
+
+// Re-entrant: the owning thread may enter again and leaves as often as it entered.
+TESSEL_PLATFORM_API void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION section);
+// The spin count and the flags change nothing here. Fails only for a null section.
+TESSEL_PLATFORM_API BOOL WINAPI InitializeCriticalSectionEx(LPCRITICAL_SECTION section, DWORD dwSpinCount,
+                                                            DWORD flags);
+TESSEL_PLATFORM_API void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section);
+TESSEL_PLATFORM_API BOOL WINAPI TryEnterCriticalSection(LPCRITICAL_SECTION section);
+TESSEL_PLATFORM_API void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section);
+TESSEL_PLATFORM_API void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section);
+
+TESSEL_PLATFORM_API DWORD WINAPI GetLastError(void);
+TESSEL_PLATFORM_API void WINAPI SetLastError(DWORD code);
+
+// True when a tracer is attached to the process.
+TESSEL_PLATFORM_API BOOL WINAPI IsDebuggerPresent(void);
+// Writes the text to standard error when a debugger is attached, as the debugger's output.
+TESSEL_PLATFORM_API void WINAPI OutputDebugStringW(LPCWSTR lpOutputString);
 
 // Only FORMAT_MESSAGE_FROM_SYSTEM is a source here, and the system texts have no inserts, so
 // FORMAT_MESSAGE_IGNORE_INSERTS changes nothing; a width in FORMAT_MESSAGE_MAX_WIDTH_MASK is not

@@ -1,7 +1,6 @@
 // The runtime's and the system's text functions in their Windows forms: the secure CRT
 // formatters with the Windows reading of %s (wide) and %S (narrow), code-page conversion
-// (the ANSI code pages are UTF-8 here), environment expansion, critical sections and the
-// thread's last error.
+// (the ANSI code pages are UTF-8 here) and environment expansion.
 #pragma once
 
 #include <cerrno>
@@ -35,11 +34,6 @@
 // What _wcsicmp and _wcsnicmp give for a null argument, with errno EINVAL.
 #define _NLSCMPERROR 2147483647
 
-typedef struct _RTL_CRITICAL_SECTION {
-    void* Impl;         // the platform's recursive mutex, made by InitializeCriticalSection
-    LONG RecursionCount; // how often the owning thread has entered
-} CRITICAL_SECTION, *LPCRITICAL_SECTION, *PCRITICAL_SECTION;
-
 TESSEL_EXTERN_C_BEGIN
 
 // Formats with the Windows conventions: %s and %ls wide, %S and %hs narrow, %c wide, %C narrow,
@@ -56,14 +50,16 @@ TESSEL_PLATFORM_API int swprintf_s(wchar_t* buffer, size_t sizeOfBuffer, const w
 // With count _TRUNCATE a source too long is cut to fit and the call gives STRUNCATE.
 TESSEL_PLATFORM_API errno_t wcsncpy_s(wchar_t* dest, size_t destSize, const wchar_t* source, size_t count);
 TESSEL_PLATFORM_API errno_t wcscpy_s(wchar_t* dest, size_t destSize, const wchar_t* source);
-// Compare the simple lower-case forms of the characters, the same in every locale: Latin-1,
-// Latin Extended-A and Additional, Greek, Cyrillic, Armenian and the full-width Latin letters
-// fold; nothing else does. The result's sign orders the lower-case forms as numbers.
+// Compare the characters' lower-case forms by towlower under the process's LC_CTYPE, as the
+// Windows runtime does: in the "C" locale only A to Z fold, in a UTF-8 locale every letter that
+// the locale pairs. The result's sign orders the lower-case forms as numbers.
 TESSEL_PLATFORM_API int _wcsicmp(const wchar_t* left, const wchar_t* right);
 TESSEL_PLATFORM_API int _wcsnicmp(const wchar_t* left, const wchar_t* right, size_t count);
 TESSEL_PLATFORM_API int WINAPI lstrlenW(LPCWSTR text);
-// Case-insensitive comparison giving -1, 0 or 1. Ordinal on the simple lower-case form, not the
-// linguistic order that Windows applies: use it for equality, not for sorting shown to people.
+// Case-insensitive comparison giving -1, 0 or 1, the same in every locale: Latin-1, Latin
+// Extended-A and Additional, Greek, Cyrillic, Armenian and the full-width Latin letters fold by
+// their simple lower-case forms; nothing else does. Ordinal, not the linguistic order that
+// Windows applies: use it for equality, not for sorting shown to people.
 TESSEL_PLATFORM_API int WINAPI lstrcmpiW(LPCWSTR left, LPCWSTR right);
 // The character after current; at the terminator, current itself.
 TESSEL_PLATFORM_API LPWSTR WINAPI CharNextW(LPCWSTR current);
@@ -79,16 +75,6 @@ TESSEL_PLATFORM_API int WINAPI WideCharToMultiByte(UINT codePage, DWORD flags, L
 // Names are case-sensitive, as the environment is here; an unknown %NAME% and "%%" stay as
 // they are. Gives the characters written or needed, the terminator included.
 TESSEL_PLATFORM_API DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR destination, DWORD size);
-
-// Re-entrant: the owning thread may enter again and leaves as often as it entered.
-TESSEL_PLATFORM_API void WINAPI InitializeCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API void WINAPI EnterCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API BOOL WINAPI TryEnterCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API void WINAPI LeaveCriticalSection(LPCRITICAL_SECTION section);
-TESSEL_PLATFORM_API void WINAPI DeleteCriticalSection(LPCRITICAL_SECTION section);
-
-TESSEL_PLATFORM_API DWORD WINAPI GetLastError(void);
-TESSEL_PLATFORM_API void WINAPI SetLastError(DWORD code);
 
 TESSEL_EXTERN_C_END
 

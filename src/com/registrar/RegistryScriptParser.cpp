@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "com/registrar/RegObject.h"
+#include "common/DigitValue.h"
 #include "common/Utf16Data.h"
 
 namespace ATL {
@@ -104,15 +105,11 @@ LSTATUS DeleteKeyTree(HKEY parent, LPCWSTR name)
     return DeleteKey(parent, name);
 }
 
+// A character that is no hex digit counts as 0, as the registrar has always read it.
 int HexDigit(wchar_t c)
 {
-    if (c >= L'0' && c <= L'9')
-        return c - L'0';
-    if (c >= L'a' && c <= L'f')
-        return c - L'a' + 10;
-    if (c >= L'A' && c <= L'F')
-        return c - L'A' + 10;
-    return 0;
+    const int digit = Tessel::Detail::DigitValue(c);
+    return digit < 16 ? digit : 0;
 }
 
 LSTATUS SetValue(HKEY key, LPCWSTR name, DWORD type, const std::vector<BYTE>& data)
@@ -305,6 +302,16 @@ HRESULT RegistryScriptParser::StoreValue(HKEY key, LPCWSTR valueName)
     return FromStatus(status);
 }
 
+HRESULT RegistryScriptParser::ReadValueClauseHead(std::wstring& valueName, std::wstring& token)
+{
+    HRESULT hr = NextToken(valueName);
+    if (SUCCEEDED(hr))
+        hr = NextToken(token);
+    if (FAILED(hr))
+        return hr;
+    return token[0] == L'=' ? S_OK : DISP_E_EXCEPTION;
+}
+
 HRESULT RegistryScriptParser::SkipValue()
 {
     std::wstring skipped;
@@ -368,13 +375,8 @@ HRESULT RegistryScriptParser::RegisterBlock(HKEY parent, int depth)
         }
         if (Is(token, L"Val")) {
             std::wstring valueName;
-            hr = NextToken(valueName);
-            if (SUCCEEDED(hr))
-                hr = NextToken(token);
-            if (FAILED(hr))
+            if (hr = ReadValueClauseHead(valueName, token); FAILED(hr))
                 return hr;
-            if (token[0] != L'=')
-                return DISP_E_EXCEPTION;
             hr = StoreValue(parent, valueName.c_str());
             if (SUCCEEDED(hr))
                 hr = NextToken(token);
@@ -428,13 +430,8 @@ HRESULT RegistryScriptParser::UnregisterBlock(HKEY parent, bool recover, int dep
         }
         if (Is(token, L"Val")) {
             std::wstring valueName;
-            hr = NextToken(valueName);
-            if (SUCCEEDED(hr))
-                hr = NextToken(token);
-            if (FAILED(hr))
+            if (hr = ReadValueClauseHead(valueName, token); FAILED(hr))
                 return hr;
-            if (token[0] != L'=')
-                return DISP_E_EXCEPTION;
             if (!recover && deleteMark) {
                 ScriptKey key;
                 LSTATUS status = key.Open(parent, L"", KEY_WRITE);

@@ -64,6 +64,8 @@ private:
     HRESULT RegisterBlock(HKEY parent, int depth);
     HRESULT UnregisterBlock(HKEY parent, bool recover, int depth);
     HRESULT RegisterItemBlock(std::wstring& token, HKEY key, int depth);
+    // After the word Val: reads the value's name and the token behind it, which must be '='.
+    HRESULT ReadValueClauseHead(std::wstring& valueName, std::wstring& token);
     // Reads the type letter and the text of a value and stores it under key.
     HRESULT StoreValue(HKEY key, LPCWSTR valueName);
     // Reads the type letter and the text of a value and drops them.

@@ -23,6 +23,19 @@ TEST(ComGuids, WellKnownValuesAndComparison)
     EXPECT_EQ(IID_TestDefined.Data4[7], 0xEF);
 }
 
+TEST(ComGuids, TextIsUpperCaseInBracesAndNeedsItsWholeBuffer)
+{
+    wchar_t text[40];
+    EXPECT_EQ(StringFromGUID2(IID_TestDefined, text, 40), 39);
+    EXPECT_STREQ(text, L"{12345678-9ABC-DEF0-0123-456789ABCDEF}");
+    EXPECT_EQ(StringFromGUID2(GUID_NULL, text, 39), 39);
+    EXPECT_STREQ(text, L"{00000000-0000-0000-0000-000000000000}");
+    // Too small a buffer is left as it was.
+    text[0] = L'x';
+    EXPECT_EQ(StringFromGUID2(IID_TestDefined, text, 38), 0);
+    EXPECT_EQ(text[0], L'x');
+}
+
 TEST(ComBstr, LengthTravelsWithTheText)
 {
     EXPECT_EQ(SysAllocString(nullptr), nullptr);
