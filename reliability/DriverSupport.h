@@ -72,9 +72,13 @@ struct ChildEnd {
     bool Clean() const { return exited && code == 0; }
 };
 
+// How a forked child leaves once its body has run: at once, as a kill would leave the store, or
+// through exit, whose handlers let the store finish with its hives as any ending program does.
+enum class ChildExit { Abrupt, Normal };
+
 // Runs body in a forked child whose exit code is body's result; a child still running at the
 // deadline is killed and reported as timed out.
-ChildEnd RunChild(const std::function<int()>& body, int timeoutSeconds);
+ChildEnd RunChild(const std::function<int()>& body, int timeoutSeconds, ChildExit how = ChildExit::Abrupt);
 // Waits for a child started elsewhere, killing it at the deadline.
 ChildEnd WaitChild(pid_t child, int timeoutSeconds);
 

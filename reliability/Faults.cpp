@@ -176,7 +176,7 @@ private:
 
     bool SeedStore()
     {
-        const ChildEnd seeded = RunChild(Seed, 60);
+        const ChildEnd seeded = RunChild(Seed, 60, ChildExit::Normal);
         Check(seeded.Clean(), "seeding the store: " + seeded.Describe());
         return seeded.Clean();
     }

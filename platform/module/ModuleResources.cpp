@@ -56,7 +56,8 @@ bool SameName(LPCWSTR wanted, LPCWSTR held)
     const bool heldIsNumber = NumericForm(held, &heldNumber);
     if (wantedIsNumber || heldIsNumber)
         return wantedIsNumber && heldIsNumber && wantedNumber == heldNumber;
-    return _wcsicmp(wanted, held) == 0;
+    // The system's comparison, not the runtime's: resource names don't change with the locale.
+    return lstrcmpiW(wanted, held) == 0;
 }
 
 const TESSEL_RESOURCE* EntryOf(HRSRC resource)

@@ -1,338 +1,45 @@
-// The SQLite side of a hive. Implementation here must contain only generic UNIX code; it reaches
-// SQLite's shared-memory WAL index through the public VFS interface, never through its internals.
+// The SQLite connection of a hive: opening, transactions, the change stamp, the status of a
+// failure and the failure seam. Implementation here must contain only generic UNIX code; it
+// reaches SQLite's shared-memory WAL index through the public VFS interface, never through its
+// internals.
 
 #include "registry/Database.h"
 
 #include <atomic>
+#include <csignal>
 #include <cstring>
 #include <ctime>
-#include <sqlite3.h>
 
-#include "TesselPlatform/Errors.h"
-#include "TesselPlatform/Registry.h"
+#include "registry/Schema.h"
+#include "registry/Statement.h"
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 namespace {
 
 std::atomic<int> g_failureResult{0};
 std::atomic<long> g_failureCountdown{0};
 
-// Consumes one step of the test seam; returns the result to fail with, or 0.
+} // namespace
+
 int InjectedFailure()
 {
     if (g_failureResult.load(std::memory_order_relaxed) == 0)
         return 0;
     if (g_failureCountdown.fetch_sub(1) != 1)
         return 0;
-    return g_failureResult.exchange(0);
-}
-
-const char* const kStatements[] = {
-    // KeyById
-    "SELECT access, depth, parent FROM key WHERE id = ?1",
-    // KeyInfo
-    // A key's last write is its own or its newest value's: a value write then touches one row.
-    "SELECT class, MAX(written, IFNULL((SELECT MAX(written) FROM value WHERE key = ?1), 0)) FROM key WHERE id = ?1",
-    // Child
-    "SELECT id, access, depth, parent FROM key WHERE parent = ?1 AND fold = ?2",
-    // InsertKey
-    "INSERT INTO key(parent, fold, name, class, access, depth, written) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)",
-    // TouchKey
-    "UPDATE key SET written = ?2 WHERE id = ?1",
-    // ValueGet
-    "SELECT type, data FROM value WHERE key = ?1 AND fold = ?2",
-    // ValueUpsert: a new value goes behind the key's others; an existing one keeps its place and name.
-    "INSERT INTO value(key, fold, seq, name, type, data, written) "
-    "VALUES(?1, ?2, (SELECT IFNULL(MAX(seq), 0) + 1 FROM value WHERE key = ?1), ?3, ?4, ?5, ?6) "
-    "ON CONFLICT(key, fold) DO UPDATE SET type = excluded.type, data = excluded.data, written = excluded.written",
-    // ValueDelete
-    "DELETE FROM value WHERE key = ?1 AND fold = ?2",
-    // ValuesOfKey
-    "SELECT name, type, data FROM value WHERE key = ?1 ORDER BY seq",
-    // ChildrenOfKey
-    "SELECT name, id, class FROM key INDEXED BY key_list WHERE parent = ?1 ORDER BY fold",
-    // ChildAt
-    "SELECT name, id, class FROM key INDEXED BY key_list WHERE parent = ?1 ORDER BY fold LIMIT 1 OFFSET ?2",
-    // HasChildren
-    "SELECT EXISTS(SELECT 1 FROM key WHERE parent = ?1)",
-    // DeleteKeyRow
-    "DELETE FROM key WHERE id = ?1",
-    // DeleteKeyValues
-    "DELETE FROM value WHERE key = ?1",
-    // Subtree: the key and all below it, deepest first so that a delete can go in this order.
-    ("WITH RECURSIVE tree(id) AS (SELECT ?1 UNION ALL SELECT key.id FROM key JOIN tree ON key.parent = tree.id) "
-     "SELECT key.id, key.access FROM tree JOIN key ON key.id = tree.id ORDER BY key.depth DESC"),
-    // SetAccess
-    "UPDATE key SET access = ?2 WHERE id = ?1",
-    // Begin, Commit, Rollback: prepared once, since every modifying call runs all of them.
-    "BEGIN IMMEDIATE",
-    "COMMIT",
-    "ROLLBACK",
-};
-static_assert(sizeof(kStatements) / sizeof(kStatements[0]) == static_cast<int>(Sql::Count),
-              "one statement per Sql entry");
-
-// Key ids come from AUTOINCREMENT so that no id is ever handed out twice: a handle to a deleted
-// key must not come back to life when a key of the same name is made again.
-const char kSchema[] =
-    "CREATE TABLE key(id INTEGER PRIMARY KEY AUTOINCREMENT, parent INTEGER NOT NULL, fold BLOB NOT NULL,"
-    " name BLOB NOT NULL, class BLOB, access INTEGER NOT NULL, depth INTEGER NOT NULL, written INTEGER NOT NULL);"
-    "CREATE UNIQUE INDEX key_child ON key(parent, fold);"
-    // Covers the sub-key listing, so that it reads one index in order and no table rows.
-    "CREATE INDEX key_list ON key(parent, fold, name, class);"
-    "CREATE TABLE value(key INTEGER NOT NULL, fold BLOB NOT NULL, seq INTEGER NOT NULL, name BLOB NOT NULL,"
-    " type INTEGER NOT NULL, data BLOB NOT NULL, written INTEGER NOT NULL, PRIMARY KEY(key, fold)) WITHOUT ROWID;"
-    "CREATE UNIQUE INDEX value_order ON value(key, seq);";
-
-const int kSchemaVersion = 1;
-
-} // namespace
-
-bool ChangeStamp::operator==(const ChangeStamp& other) const
-{
-    return std::memcmp(words, other.words, sizeof(words)) == 0;
-}
-
-Statement::~Statement()
-{
-    sqlite3_reset(m_statement);
-    sqlite3_clear_bindings(m_statement);
-}
-
-void Statement::Bind(int index, std::int64_t value)
-{
-    sqlite3_bind_int64(m_statement, index, value);
-}
-
-void Statement::BindBlob(int index, const std::string& bytes)
-{
-    BindBlob(index, bytes.data(), bytes.size());
-}
-
-void Statement::BindBlob(int index, const void* bytes, std::size_t size)
-{
-    // A zero-length blob must still be a blob, not NULL: the default value's name is empty.
-    static const char kEmpty = 0;
-    sqlite3_bind_blob64(m_statement, index, size != 0 ? bytes : &kEmpty, size, SQLITE_STATIC);
-}
-
-void Statement::BindNull(int index)
-{
-    sqlite3_bind_null(m_statement, index);
-}
-
-int Statement::Step()
-{
-    if (const int failure = InjectedFailure())
-        return failure;
-    return sqlite3_step(m_statement);
-}
-
-std::int64_t Statement::Int(int column) const
-{
-    return sqlite3_column_int64(m_statement, column);
-}
-
-std::string Statement::Blob(int column) const
-{
-    const void* data = sqlite3_column_blob(m_statement, column);
-    const int size = sqlite3_column_bytes(m_statement, column);
-    return data != nullptr ? std::string(static_cast<const char*>(data), static_cast<std::size_t>(size)) : std::string();
-}
-
-const void* Statement::BlobData(int column) const
-{
-    return sqlite3_column_blob(m_statement, column);
-}
-
-std::size_t Statement::BlobSize(int column) const
-{
-    return static_cast<std::size_t>(sqlite3_column_bytes(m_statement, column));
-}
-
-bool Statement::IsNull(int column) const
-{
-    return sqlite3_column_type(m_statement, column) == SQLITE_NULL;
-}
-
-int Database::Open(const std::string& path, bool create, std::unique_ptr<Database>& out)
-{
-    out.reset();
-    sqlite3* connection = nullptr;
-    // Our own lock serialises each connection, so SQLite's per-connection mutex would be pure cost.
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
-    int result = sqlite3_open_v2(path.c_str(), &connection, flags, nullptr);
-    std::unique_ptr<Database> database(new Database(connection));
-    if (result != SQLITE_OK)
+    const int result = g_failureResult.exchange(0);
+    if (result >= 0)
         return result;
-    sqlite3_extended_result_codes(connection, 0);
-    sqlite3_busy_timeout(connection, 10000);
-    // NORMAL in WAL mode: a killed process loses nothing committed; a power cut may lose the
-    // last commits but never corrupts the file.
-    result = database->Exec("PRAGMA synchronous=NORMAL");
-    if (result != SQLITE_OK)
-        return result;
-
-    int version = 0;
-    {
-        sqlite3_stmt* statement = nullptr;
-        result = sqlite3_prepare_v2(connection, "PRAGMA user_version", -1, &statement, nullptr);
-        if (result == SQLITE_OK) {
-            result = sqlite3_step(statement);
-            if (result == SQLITE_ROW) {
-                version = sqlite3_column_int(statement, 0);
-                result = SQLITE_OK;
-            }
-        }
-        sqlite3_finalize(statement);
-        if (result != SQLITE_OK)
-            return result;
-    }
-    if (version == 0) {
-        if (!create)
-            return SQLITE_CANTOPEN;
-        result = database->CreateSchema();
-        if (result != SQLITE_OK)
-            return result;
-    } else if (version != kSchemaVersion) {
-        return SQLITE_NOTADB;
-    }
-
-    for (int i = 0; i < static_cast<int>(Sql::Count); ++i) {
-        result = sqlite3_prepare_v3(connection, kStatements[i], -1, SQLITE_PREPARE_PERSISTENT,
-                                    &database->m_statements[i], nullptr);
-        if (result != SQLITE_OK)
-            return result;
-    }
-    // The schema check above read through the WAL, so SQLite has mapped and checked its index:
-    // what we map now is a live header, not what a past process left in the file.
-    database->MapHeader();
-    out = std::move(database);
-    return SQLITE_OK;
+    // The process stops here, in the middle of whatever it was doing, for a test to kill it.
+    raise(SIGSTOP);
+    return 0;
 }
 
-int Database::CreateSchema()
+void InjectFailure(int result, DWORD nth)
 {
-    // The journal mode sticks to the file; set it before the schema so that even the first
-    // transaction goes through the WAL.
-    int result = Exec("PRAGMA journal_mode=WAL");
-    if (result != SQLITE_OK)
-        return result;
-    result = Exec("BEGIN IMMEDIATE");
-    if (result != SQLITE_OK)
-        return result;
-    // Another process may have made the schema while we waited for the lock.
-    sqlite3_stmt* statement = nullptr;
-    int version = 0;
-    if (sqlite3_prepare_v2(m_connection, "PRAGMA user_version", -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW)
-        version = sqlite3_column_int(statement, 0);
-    sqlite3_finalize(statement);
-    if (version == 0) {
-        result = Exec(kSchema);
-        if (result == SQLITE_OK) {
-            const std::string root = "INSERT INTO key(id, parent, fold, name, class, access, depth, written) VALUES(1, 0, x'', x'', NULL, " +
-                                     std::to_string(KEY_ALL_ACCESS) + ", 0, " + std::to_string(FileTimeNow()) + ")";
-            result = Exec(root.c_str());
-        }
-        if (result == SQLITE_OK)
-            result = Exec(("PRAGMA user_version=" + std::to_string(kSchemaVersion)).c_str());
-    }
-    if (result == SQLITE_OK)
-        result = Exec("COMMIT");
-    if (result != SQLITE_OK)
-        Rollback();
-    return result;
-}
-
-Database::~Database()
-{
-    for (sqlite3_stmt* statement : m_statements)
-        sqlite3_finalize(statement);
-    sqlite3_close(m_connection);
-}
-
-Statement Database::Prepare(Sql which)
-{
-    return Statement(m_statements[static_cast<int>(which)]);
-}
-
-int Database::Exec(const char* sql)
-{
-    if (const int failure = InjectedFailure())
-        return failure;
-    return sqlite3_exec(m_connection, sql, nullptr, nullptr, nullptr);
-}
-
-int Database::Begin()
-{
-    Statement begin = Prepare(Sql::Begin);
-    const int result = begin.Step();
-    return result == SQLITE_DONE ? SQLITE_OK : result;
-}
-
-int Database::Commit()
-{
-    Statement commit = Prepare(Sql::Commit);
-    const int result = commit.Step();
-    return result == SQLITE_DONE ? SQLITE_OK : result;
-}
-
-void Database::Rollback()
-{
-    if (!sqlite3_get_autocommit(m_connection)) {
-        // Past the test seam: a rollback must happen whatever was made to fail.
-        sqlite3_stmt* rollback = m_statements[static_cast<int>(Sql::Rollback)];
-        if (rollback == nullptr) {
-            sqlite3_exec(m_connection, "ROLLBACK", nullptr, nullptr, nullptr); // the schema isn't made yet
-            return;
-        }
-        sqlite3_step(rollback);
-        sqlite3_reset(rollback);
-    }
-}
-
-std::int64_t Database::LastInsertId() const
-{
-    return sqlite3_last_insert_rowid(m_connection);
-}
-
-int Database::Changes() const
-{
-    return sqlite3_changes(m_connection);
-}
-
-void Database::MapHeader()
-{
-    sqlite3_file* file = nullptr;
-    if (sqlite3_file_control(m_connection, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || file == nullptr ||
-        file->pMethods == nullptr || file->pMethods->iVersion < 2 || file->pMethods->xShmMap == nullptr)
-        return;
-    void volatile* region = nullptr;
-    // Without extending: the region exists once this connection has read through the WAL, and
-    // stays mapped until the connection closes.
-    if (file->pMethods->xShmMap(file, 0, 32768, 0, &region) == SQLITE_OK && region != nullptr)
-        m_header = static_cast<const volatile std::uint64_t*>(region);
-}
-
-bool Database::ReadStamp(ChangeStamp& stamp)
-{
-    if (m_header == nullptr)
-        return false;
-    // SQLite writes the second copy, then the first; a reader that finds both equal has a
-    // header that no commit was halfway through when it looked.
-    std::uint64_t second[6];
-    for (int i = 0; i < 6; ++i)
-        stamp.words[i] = m_header[i];
-    std::atomic_thread_fence(std::memory_order_acquire);
-    for (int i = 0; i < 6; ++i)
-        second[i] = m_header[6 + i];
-    if (std::memcmp(stamp.words, second, sizeof(second)) != 0)
-        return false;
-    // isInit, byte 12: zero while the index is being rebuilt.
-    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(stamp.words);
-    return bytes[12] != 0;
+    g_failureCountdown.store(static_cast<long>(nth));
+    g_failureResult.store(nth == 0 ? 0 : result);
 }
 
 std::int64_t FileTimeNow()
@@ -365,10 +72,283 @@ LONG StatusFromSqlite(int result, bool writing)
     }
 }
 
-void InjectFailure(int result, DWORD nth)
+bool ChangeStamp::operator==(const ChangeStamp& other) const
 {
-    g_failureCountdown.store(static_cast<long>(nth));
-    g_failureResult.store(nth == 0 ? 0 : result);
+    return std::memcmp(words, other.words, sizeof(words)) == 0;
 }
 
-} // namespace TesselRegistry
+std::uint32_t ChangeStamp::Commits() const
+{
+    // iChange, the third 32-bit field of SQLite's WalIndexHdr, in the machine's own order.
+    std::uint32_t commits = 0;
+    std::memcpy(&commits, reinterpret_cast<const unsigned char*>(words) + 8, sizeof(commits));
+    return commits;
+}
+
+Statement::~Statement()
+{
+    if (m_statement != nullptr) {
+        sqlite3_reset(m_statement);
+        sqlite3_clear_bindings(m_statement);
+    }
+}
+
+void Statement::Bind(int index, std::int64_t value)
+{
+    sqlite3_bind_int64(m_statement, index, value);
+}
+
+void Statement::BindBlob(int index, const void* bytes, std::size_t size)
+{
+    // A zero-length blob must still be a blob, not NULL: the default value's name is empty.
+    static const char kEmpty = 0;
+    sqlite3_bind_blob64(m_statement, index, size != 0 ? bytes : &kEmpty, size, SQLITE_STATIC);
+}
+
+void Statement::BindNull(int index)
+{
+    sqlite3_bind_null(m_statement, index);
+}
+
+int Statement::Step()
+{
+    if (m_statement == nullptr)
+        return m_prepared;
+    if (const int failure = InjectedFailure())
+        return failure;
+    return sqlite3_step(m_statement);
+}
+
+std::int64_t Statement::Int(int column) const
+{
+    return sqlite3_column_int64(m_statement, column);
+}
+
+std::string Statement::Blob(int column) const
+{
+    const void* data = sqlite3_column_blob(m_statement, column);
+    const int size = sqlite3_column_bytes(m_statement, column);
+    return data != nullptr ? std::string(static_cast<const char*>(data), static_cast<std::size_t>(size)) : std::string();
+}
+
+Utf16 Statement::Name(int column) const
+{
+    const void* data = sqlite3_column_blob(m_statement, column);
+    const int size = sqlite3_column_bytes(m_statement, column);
+    return FromStoredBytes(data, static_cast<std::size_t>(size));
+}
+
+bool Statement::IsNull(int column) const
+{
+    return sqlite3_column_type(m_statement, column) == SQLITE_NULL;
+}
+
+namespace {
+
+// How long a call waits for other processes' locks before it gives up.
+constexpr int kBusyMilliseconds = 10000;
+
+} // namespace
+
+LONG Database::Open(const std::string& path, OpenFor purpose, std::unique_ptr<Database>& out)
+{
+    out.reset();
+    const bool create = purpose == OpenFor::Creating;
+    sqlite3* connection = nullptr;
+    // Our own lock serialises each connection, so SQLite's per-connection mutex would be pure cost.
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
+    int result = sqlite3_open_v2(path.c_str(), &connection, flags, nullptr);
+    std::unique_ptr<Database> database(new Database(connection));
+    if (result == SQLITE_OK) {
+        sqlite3_extended_result_codes(connection, 0);
+        sqlite3_busy_timeout(connection, kBusyMilliseconds);
+        // The WAL files stay beside the hive when the last connection closes: a user who may
+        // read the hive but not write its directory can't make them, and needs them to read.
+        int persist = 1;
+        sqlite3_file_control(connection, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
+        // NORMAL in WAL mode: a killed process loses nothing committed; a power cut may lose the
+        // last commits but never corrupts the file. A WAL that a checkpoint has emptied is cut
+        // back to a few megabytes, and to nothing when the last connection closes. SQLite's own
+        // checkpoint would run inside the commit, with every writer of every process waiting
+        // for its fsync; the hive checkpoints after it has let go of the writers instead.
+        result = sqlite3_exec(connection,
+                              "PRAGMA synchronous=NORMAL; PRAGMA journal_size_limit=4194304; PRAGMA wal_autocheckpoint=0",
+                              nullptr, nullptr, nullptr);
+    }
+    if (result == SQLITE_OK)
+        result = AllowChanges(connection);
+    int version = 0;
+    if (result == SQLITE_OK)
+        result = ReadSchemaVersion(connection, version);
+    // A file without a schema is a hive that another process is still making: none yet.
+    if (result == SQLITE_OK && version == 0 && !create)
+        return ERROR_FILE_NOT_FOUND;
+    if (result == SQLITE_OK && version == 0) {
+        result = CreateSchema(connection);
+        if (result == SQLITE_OK)
+            result = ReadSchemaVersion(connection, version);
+    }
+    // A version 1 hive is migrated by the first process that may write it. One that may only
+    // read it reads it as it is, without a change record.
+    if (result == SQLITE_OK && version == 1) {
+        result = MigrateSchema(connection);
+        if (result == SQLITE_OK)
+            result = ReadSchemaVersion(connection, version);
+        else if (result == SQLITE_READONLY)
+            result = SQLITE_OK;
+    }
+    if (result == SQLITE_OK && version != 1 && version != SchemaVersion)
+        result = SQLITE_NOTADB;
+    if (result != SQLITE_OK)
+        return StatusFromSqlite(result, purpose != OpenFor::Reading);
+    database->m_changeRecord = version == SchemaVersion;
+    // The schema check above read through the WAL, so SQLite has mapped and checked its index:
+    // what we map now is a live header, not what a past process left in the file.
+    database->MapHeader();
+    out = std::move(database);
+    return ERROR_SUCCESS;
+}
+
+Database::~Database()
+{
+    for (sqlite3_stmt* statement : m_statements)
+        sqlite3_finalize(statement);
+    sqlite3_close(m_connection);
+}
+
+Statement Database::Use(Sql which, const char* text)
+{
+    sqlite3_stmt*& statement = m_statements[static_cast<int>(which)];
+    int prepared = SQLITE_OK;
+    if (statement == nullptr)
+        prepared = sqlite3_prepare_v3(m_connection, text, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+    return Statement(statement, prepared);
+}
+
+LONG Database::Run(Sql which, const char* text)
+{
+    Statement statement = Use(which, text);
+    const int result = statement.Step();
+    return result == SQLITE_DONE || result == SQLITE_ROW ? ERROR_SUCCESS : Fail(result);
+}
+
+LONG Database::Fail(int result) const
+{
+    return StatusFromSqlite(result, m_writing);
+}
+
+LONG Database::Begin()
+{
+    m_writing = true;
+    const LONG status = Run(Sql::Begin, "BEGIN IMMEDIATE");
+    if (status != ERROR_SUCCESS)
+        m_writing = false;
+    return status;
+}
+
+LONG Database::Commit(ChangeStamp& ours, bool& valid)
+{
+    // While this transaction holds SQLite's write lock no one else can commit, so the header
+    // read now is the last commit before ours. If the header afterwards counts exactly one
+    // commit more, it is ours, and nothing has committed since.
+    ChangeStamp before;
+    const bool stamped = ReadStamp(before);
+    const LONG status = Run(Sql::Commit, "COMMIT");
+    if (status != ERROR_SUCCESS)
+        Rollback();
+    m_writing = false;
+    valid = status == ERROR_SUCCESS && stamped && ReadStamp(ours) && ours.Commits() == before.Commits() + 1;
+    return status;
+}
+
+void Database::Rollback()
+{
+    m_writing = false;
+    if (!sqlite3_get_autocommit(m_connection))
+        RunPastSeam(Sql::Rollback, "ROLLBACK");
+}
+
+void Database::RunPastSeam(Sql which, const char* text)
+{
+    sqlite3_stmt*& statement = m_statements[static_cast<int>(which)];
+    if (statement == nullptr &&
+        sqlite3_prepare_v3(m_connection, text, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK) {
+        sqlite3_exec(m_connection, text, nullptr, nullptr, nullptr);
+        return;
+    }
+    sqlite3_step(statement);
+    sqlite3_reset(statement);
+}
+
+LONG Database::Savepoint()
+{
+    return Run(Sql::Savepoint, "SAVEPOINT call");
+}
+
+LONG Database::ReleaseSavepoint()
+{
+    return Run(Sql::ReleaseSavepoint, "RELEASE call");
+}
+
+void Database::RollbackToSavepoint()
+{
+    RunPastSeam(Sql::RollbackToSavepoint, "ROLLBACK TO call");
+    RunPastSeam(Sql::ReleaseSavepoint, "RELEASE call");
+}
+
+void Database::Checkpoint(bool truncate)
+{
+    // A truncating checkpoint needs every other reader and writer out of the way: without a busy
+    // handler it does what it can now and leaves the rest to whoever is still there.
+    sqlite3_busy_timeout(m_connection, 0);
+    sqlite3_wal_checkpoint_v2(m_connection, "main", truncate ? SQLITE_CHECKPOINT_TRUNCATE : SQLITE_CHECKPOINT_PASSIVE,
+                              nullptr, nullptr);
+    sqlite3_busy_timeout(m_connection, kBusyMilliseconds);
+}
+
+void Database::MapHeader()
+{
+    sqlite3_file* file = nullptr;
+    if (sqlite3_file_control(m_connection, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || file == nullptr ||
+        file->pMethods == nullptr || file->pMethods->iVersion < 2 || file->pMethods->xShmMap == nullptr)
+        return;
+    void volatile* region = nullptr;
+    // Without extending: the region exists once this connection has read through the WAL, and
+    // stays mapped until the connection closes.
+    if (file->pMethods->xShmMap(file, 0, 32768, 0, &region) == SQLITE_OK && region != nullptr)
+        m_header = static_cast<const volatile std::uint64_t*>(region);
+}
+
+std::uint32_t Database::UncopiedFrames() const
+{
+    if (m_header == nullptr)
+        return 0;
+    // mxFrame in the header's first copy; nBackfill opens the checkpoint record after both copies.
+    const std::uint64_t frameWord = m_header[2];
+    const std::uint64_t backfillWord = m_header[12];
+    std::uint32_t frames = 0, copied = 0;
+    std::memcpy(&frames, reinterpret_cast<const unsigned char*>(&frameWord), sizeof(frames));
+    std::memcpy(&copied, reinterpret_cast<const unsigned char*>(&backfillWord), sizeof(copied));
+    return frames > copied ? frames - copied : 0;
+}
+
+bool Database::ReadStamp(ChangeStamp& stamp)
+{
+    if (m_header == nullptr)
+        return false;
+    // SQLite writes the second copy, then the first; a reader that finds both equal has a
+    // header that no commit was halfway through when it looked.
+    std::uint64_t second[6];
+    for (int i = 0; i < 6; ++i)
+        stamp.words[i] = m_header[i];
+    std::atomic_thread_fence(std::memory_order_acquire);
+    for (int i = 0; i < 6; ++i)
+        second[i] = m_header[6 + i];
+    if (std::memcmp(stamp.words, second, sizeof(second)) != 0)
+        return false;
+    // isInit, byte 12: zero while the index is being rebuilt.
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(stamp.words);
+    return bytes[12] != 0;
+}
+
+} // namespace TesselPlatform::Registry

@@ -2,10 +2,10 @@
 
 #include "registry/HandleTable.h"
 
-#include <mutex>
 #include <new>
+#include <pthread.h>
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 namespace {
 
@@ -24,9 +24,25 @@ HandleTable& HandleTable::Instance()
     return *table;
 }
 
+// The table is locked across a fork, so that the child's copy is never caught halfway through a
+// change; both sides release the lock after it. Registered when the library loads, so that no
+// fork can come between a first call and this.
+const int HandleTable::s_forkHandlers =
+    pthread_atfork(HandleTable::LockForFork, HandleTable::UnlockAfterFork, HandleTable::UnlockAfterFork);
+
+void HandleTable::LockForFork()
+{
+    Instance().m_lock.lock();
+}
+
+void HandleTable::UnlockAfterFork()
+{
+    Instance().m_lock.unlock();
+}
+
 HKEY HandleTable::Insert(const KeyHandle& handle)
 {
-    std::unique_lock<std::shared_mutex> guard(m_lock);
+    std::lock_guard<std::mutex> guard(m_lock);
     std::uint32_t index;
     try {
         if (!m_free.empty()) {
@@ -64,7 +80,7 @@ bool HandleTable::Decode(HKEY key, std::size_t& index) const
 
 bool HandleTable::Find(HKEY key, KeyHandle& out) const
 {
-    std::shared_lock<std::shared_mutex> guard(m_lock);
+    std::lock_guard<std::mutex> guard(m_lock);
     std::size_t index;
     if (!Decode(key, index))
         return false;
@@ -74,7 +90,7 @@ bool HandleTable::Find(HKEY key, KeyHandle& out) const
 
 bool HandleTable::Remove(HKEY key)
 {
-    std::unique_lock<std::shared_mutex> guard(m_lock);
+    std::lock_guard<std::mutex> guard(m_lock);
     std::size_t index;
     if (!Decode(key, index))
         return false;
@@ -87,4 +103,4 @@ bool HandleTable::Remove(HKEY key)
     return true;
 }
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

@@ -3,14 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <new>
-#include <shared_mutex>
+#include <mutex>
 #include <vector>
 
-#include "TesselPlatform/Registry.h"
-#include "registry/Hive.h"
+#include "registry/Records.h"
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 struct KeyHandle {
     HiveId hive = HiveId::Machine;
@@ -28,12 +26,6 @@ public:
     bool Find(HKEY key, KeyHandle& out) const;
     bool Remove(HKEY key);
 
-    void LockForFork() { m_lock.lock(); }
-    void UnlockInParent() { m_lock.unlock(); }
-    // A rwlock taken for writing can only be released by the thread id that took it, and the
-    // child's thread has a new one: the child gets a fresh lock instead.
-    void ResetInChild() { new (&m_lock) std::shared_mutex(); }
-
 private:
     struct Slot {
         std::uint32_t generation = 0;
@@ -41,11 +33,17 @@ private:
         KeyHandle handle;
     };
 
+    static void LockForFork();
+    static void UnlockAfterFork();
+    static const int s_forkHandlers;
+
     bool Decode(HKEY key, std::size_t& index) const;
 
-    mutable std::shared_mutex m_lock;
+    // A plain mutex, not a reader-writer lock: the child of a fork must be able to release what
+    // the forking thread took, and POSIX defines that only for mutexes.
+    mutable std::mutex m_lock;
     std::vector<Slot> m_slots;
     std::vector<std::uint32_t> m_free;
 };
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

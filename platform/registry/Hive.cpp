@@ -1,103 +1,32 @@
-// Hive files, the per-process connection and cache, and the key-level reads and changes.
-// Implementation here must contain only generic UNIX code.
+// The per-process side of a hive: its connection, cache and transactions, the key-level reads
+// and changes, and the fork handlers. Implementation here must contain only generic UNIX code.
 
 #include "registry/Hive.h"
 
-#include <cerrno>
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
-#include <cstring>
-#include <pwd.h>
-#include <sqlite3.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <new>
+#include <pthread.h>
 
-namespace TesselRegistry {
+#include "registry/HiveFiles.h"
+
+namespace TesselPlatform::Registry {
 
 namespace {
 
-// Past this many entries the cache starts again; a process that walks a large tree once should
-// not keep all of it.
-constexpr std::size_t kMaxCacheEntries = 200000;
-constexpr std::size_t kMaxCacheDataBytes = 64u << 20;
+// How many children of one key are looked up one by one before its whole list is read instead.
+constexpr std::size_t kChildLookupsBeforeList = 4096;
 
-// Builds the key into out, whose buffer is kept from call to call: a cache hit allocates nothing.
-const std::string& CacheKey(std::int64_t id, const std::string& fold, std::string& out)
-{
-    out.assign(reinterpret_cast<const char*>(&id), sizeof(id));
-    out.append(fold);
-    return out;
-}
+// Set once the process has begun to exit: a write after that checkpoints at once.
+std::atomic<bool> g_exiting{false};
 
-std::string HiveDirectory(HiveId id)
-{
-    const char* configured = std::getenv("TESSEL_REGISTRY_DIR");
-    if (configured != nullptr && *configured != '\0')
-        return configured;
-    if (id == HiveId::Machine)
-        return "/var/lib/tessel";
-    const char* dataHome = std::getenv("XDG_DATA_HOME");
-    if (dataHome != nullptr && dataHome[0] == '/')
-        return std::string(dataHome) + "/tessel";
-    const char* home = std::getenv("HOME");
-    if (home == nullptr || *home == '\0') {
-        const passwd* entry = getpwuid(getuid());
-        home = entry != nullptr ? entry->pw_dir : "/tmp";
-    }
-    return std::string(home) + "/.local/share/tessel";
-}
-
-const char* HiveFileName(HiveId id)
-{
-    switch (id) {
-    case HiveId::Machine:
-        return "HKLM.db";
-    case HiveId::User:
-        return "HKCU.db";
-    case HiveId::Users:
-        return "HKU.db";
-    }
-    return "HKLM.db";
-}
-
-// mkdir -p; the last failure, if any, shows when the database can't be opened.
-void MakeDirectories(const std::string& directory, mode_t mode)
-{
-    for (std::size_t slash = directory.find('/', 1);; slash = directory.find('/', slash + 1)) {
-        const std::string prefix = directory.substr(0, slash);
-        if (mkdir(prefix.c_str(), mode) != 0 && errno != EEXIST)
-            return;
-        if (slash == std::string::npos)
-            return;
-    }
-}
-
-KeyRecord KeyFromRow(const Statement& row, std::int64_t id, int accessColumn)
-{
-    KeyRecord key;
-    key.id = id;
-    key.access = static_cast<REGSAM>(row.Int(accessColumn));
-    key.depth = static_cast<int>(row.Int(accessColumn + 1));
-    key.parent = row.Int(accessColumn + 2);
-    return key;
-}
+// The WAL is copied into the database file (and synced) once this many pages wait: about as many
+// commits apart as SQLite's default of 1,000 pages puts commits of one page, since a commit here
+// writes two or three.
+constexpr std::uint32_t kCheckpointFrames = 2500;
 
 } // namespace
-
-std::size_t Hive::Cache::Size() const
-{
-    return keys.size() + children.size() + values.size() + missingValues.size() + subKeys.size() + valueLists.size();
-}
-
-void Hive::Cache::Clear()
-{
-    keys.clear();
-    children.clear();
-    values.clear();
-    missingValues.clear();
-    subKeys.clear();
-    valueLists.clear();
-    dataBytes = 0;
-}
 
 Hive* const* Hive::All()
 {
@@ -111,111 +40,342 @@ Hive& Hive::Get(HiveId id)
     return *All()[static_cast<int>(id)];
 }
 
+// Before a fork every connection is closed under the lock, so that neither side inherits
+// SQLite's per-process lock bookkeeping for a file it has open. Registered when the library
+// loads, so that no fork can come between a first call and this.
+const int Hive::s_forkHandlers = pthread_atfork(Hive::LockAllForFork, Hive::UnlockAllAfterFork, Hive::ResetAllInChild);
+
 void Hive::LockAllForFork()
 {
     for (int i = 0; i < HiveCount; ++i) {
         Hive* hive = All()[i];
         hive->m_lock.lock();
+        hive->m_checkpointLock.lock();
+        hive->m_checkpointer.reset();
         hive->m_database.reset();
         hive->m_cache.Clear();
         hive->m_stampValid = false;
+        hive->m_seq = 0;
     }
 }
 
 void Hive::UnlockAllAfterFork()
 {
-    for (int i = HiveCount - 1; i >= 0; --i)
+    for (int i = HiveCount - 1; i >= 0; --i) {
+        All()[i]->m_checkpointLock.unlock();
         All()[i]->m_lock.unlock();
+    }
 }
 
-const std::string& Hive::Path()
+// The child has one thread, and the queued writes belong to the parent's others: the child's
+// own writes must not wait for them. Its writers' lock goes on in the mapping it inherited.
+void Hive::ResetAllInChild()
 {
-    if (m_path.empty())
-        m_path = HiveDirectory(m_id) + "/" + HiveFileName(m_id);
-    return m_path;
+    for (int i = 0; i < HiveCount; ++i) {
+        All()[i]->m_queue.clear();
+        All()[i]->m_committing = false;
+    }
+    UnlockAllAfterFork();
 }
 
-LONG Hive::Open(bool create)
+// Registered when the library loads, so that it runs when the process exits or the library is
+// unloaded, after everything that was set up later. A process killed with SIGKILL can't do this;
+// the WAL keeps its commits, and the next process to open the hive recovers them.
+const int Hive::s_exitHandler = std::atexit(Hive::CheckpointAllAtExit);
+
+void Hive::CheckpointAllAtExit()
+{
+    g_exiting = true;
+    for (int i = 0; i < HiveCount; ++i) {
+        Hive* hive = All()[i];
+        std::lock_guard<std::mutex> guard(hive->m_lock);
+        std::lock_guard<std::mutex> checkpointing(hive->m_checkpointLock);
+        // A hive whose file is gone (a test's store, cleared before this runs) needs nothing.
+        if (hive->m_database && FindHiveFile(hive->m_path) == ERROR_SUCCESS)
+            hive->m_database->Checkpoint(true);
+    }
+}
+
+LONG Hive::Open(Database::OpenFor purpose)
 {
     if (m_database)
         return ERROR_SUCCESS;
-    const std::string& path = Path();
-    if (!create && access(path.c_str(), F_OK) != 0)
-        return ERROR_SUCCESS;
-    if (create)
-        MakeDirectories(path.substr(0, path.rfind('/')), m_id == HiveId::Machine ? 0755 : 0700);
-    std::unique_ptr<Database> database;
-    const int result = Database::Open(path, create, database);
-    if (result != SQLITE_OK) {
-        // A file whose schema isn't committed yet is a hive still being made: empty for now.
-        if (!create && result == SQLITE_CANTOPEN)
-            return ERROR_SUCCESS;
-        // A hive this user may not write, such as the machine hive of an ordinary user, is
-        // refused as Windows refuses it.
-        const std::string directory = path.substr(0, path.rfind('/'));
-        if (result == SQLITE_CANTOPEN && access(directory.c_str(), W_OK) != 0 && errno == EACCES)
-            return ERROR_ACCESS_DENIED;
-        return Fail(result);
+    if (m_path.empty())
+        m_path = HivePath(m_id);
+    if (purpose == Database::OpenFor::Creating) {
+        MakeHiveDirectory(m_id, m_path);
+    } else {
+        // No file: the hive reads as an empty root until its first write makes it.
+        const LONG found = FindHiveFile(m_path);
+        if (found != ERROR_SUCCESS)
+            return found == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : found;
     }
-    m_database = std::move(database);
+    LONG status = Database::Open(m_path, purpose, m_database);
     m_cache.Clear();
     m_stampValid = false;
-    return ERROR_SUCCESS;
+    m_seq = 0;
+    // A file that another process is still giving its schema is no hive yet either.
+    if (status == ERROR_FILE_NOT_FOUND)
+        return ERROR_SUCCESS;
+    if (status == ERROR_CANTOPEN)
+        return WhyHiveWontOpen(m_path);
+    // The cache starts empty, so it knows of every change up to the last.
+    if (status == ERROR_SUCCESS && m_database->HasChangeRecord())
+        status = m_database->LastChange(m_seq);
+    if (status != ERROR_SUCCESS)
+        m_database.reset();
+    return status;
+}
+
+LONG Hive::Commit(PendingWrite& write)
+{
+    std::unique_lock<std::mutex> lock(m_lock);
+    m_queue.push_back(&write);
+    if (m_committing)
+        write.wake.wait(lock, [&write] { return write.done || write.lead; });
+    if (!write.done)
+        CommitQueued(lock);
+    return write.status;
+}
+
+void Hive::CommitQueued(std::unique_lock<std::mutex>& lock)
+{
+    m_committing = true;
+    if (m_path.empty())
+        m_path = HivePath(m_id);
+    // Once per process, as soon as there is a hive file to put the lock beside.
+    if (!m_writerLockTried && FindHiveFile(m_path) == ERROR_SUCCESS) {
+        m_writerLockTried = true;
+        m_writerLock.Open(m_path);
+    }
+    // The writers' lock is waited for without the hive's lock, so that this process's reads go
+    // on meanwhile, and writes that come meanwhile join this batch.
+    lock.unlock();
+    const bool ordered = m_writerLock.Lock();
+    lock.lock();
+    std::vector<PendingWrite*> batch;
+    batch.swap(m_queue);
+    CommitBatch(batch);
+    if (ordered)
+        m_writerLock.Unlock();
+    for (PendingWrite* write : batch) {
+        write->done = true;
+        write->wake.notify_one();
+    }
+    const bool checkpointDue = m_database && m_database->UncopiedFrames() >= kCheckpointFrames;
+    // Writes that queued meanwhile: the first of them commits the next batch.
+    if (m_queue.empty()) {
+        m_committing = false;
+    } else {
+        m_queue.front()->lead = true;
+        m_queue.front()->wake.notify_one();
+    }
+    // The checkpoint that the WAL needs now holds up no one else.
+    if (checkpointDue) {
+        lock.unlock();
+        CheckpointAside();
+        lock.lock();
+    }
+}
+
+void Hive::CheckpointAside()
+{
+    std::unique_lock<std::mutex> lock(m_checkpointLock, std::try_to_lock);
+    if (!lock.owns_lock())
+        return;
+    if (!m_checkpointer && Database::Open(m_path, Database::OpenFor::Writing, m_checkpointer) != ERROR_SUCCESS)
+        return;
+    m_checkpointer->Checkpoint(false);
+}
+
+void Hive::CommitBatch(const std::vector<PendingWrite*>& batch)
+{
+    bool create = false;
+    for (const PendingWrite* write : batch)
+        create = create || write->create;
+    const LONG begun = BeginWrite(create);
+    if (begun != ERROR_SUCCESS || !m_database) {
+        for (PendingWrite* write : batch)
+            write->status = begun != ERROR_SUCCESS ? begun : write->absentStatus;
+        return;
+    }
+    if (batch.size() == 1) {
+        batch.front()->status = EndWrite(RunBody(*batch.front()));
+        return;
+    }
+    // Each call in a savepoint of its own, so that a call that fails is undone alone.
+    bool anyDone = false;
+    for (PendingWrite* write : batch) {
+        const std::size_t recorded = m_pending.size();
+        const std::int64_t lastRecorded = m_lastRecorded;
+        LONG status = m_database->Savepoint();
+        if (status == ERROR_SUCCESS)
+            status = RunBody(*write);
+        if (status == ERROR_SUCCESS)
+            status = m_database->ReleaseSavepoint();
+        if (status != ERROR_SUCCESS) {
+            m_database->RollbackToSavepoint();
+            for (std::size_t i = recorded; i < m_pending.size(); ++i)
+                m_cache.Forget(m_pending[i]);
+            m_pending.resize(recorded);
+            m_lastRecorded = lastRecorded;
+        }
+        write->status = status;
+        anyDone = anyDone || status == ERROR_SUCCESS;
+    }
+    // Every call returns only after the commit that holds it; if that commit fails, so do they.
+    const LONG committed = EndWrite(anyDone ? ERROR_SUCCESS : ERROR_CANTWRITE);
+    for (PendingWrite* write : batch) {
+        if (write->status == ERROR_SUCCESS)
+            write->status = committed;
+    }
+}
+
+LONG Hive::RunBody(PendingWrite& write)
+{
+    try {
+        return write.run(write.body);
+    } catch (const std::bad_alloc&) {
+        return ERROR_OUTOFMEMORY;
+    }
 }
 
 LONG Hive::BeginRead()
 {
-    m_writing = false;
     m_cacheUsable = false;
-    const LONG status = Open(false);
+    const LONG status = Open(Database::OpenFor::Reading);
     if (status != ERROR_SUCCESS || !m_database)
         return status;
-    // The stamp is taken before anything is read, so a commit that lands during this call can
-    // only make the next call drop the cache, never keep data older than the stamp.
+    Sync();
+    return ERROR_SUCCESS;
+}
+
+void Hive::Sync()
+{
+    m_cacheUsable = false;
+    // The stamp is taken before the record is read: a commit that lands in between is in the
+    // record already, or moves the stamp again for the next call. Nothing the cache is filled
+    // with afterwards can be older than what the record said.
     ChangeStamp now;
-    if (!m_database->ReadStamp(now)) {
+    const bool stamped = m_database->ReadStamp(now);
+    if (m_cache.Full()) {
         m_cache.Clear();
-        m_stampValid = false;
-        return ERROR_SUCCESS;
+    } else if (stamped && m_stampValid && now == m_stamp) {
+        m_cacheUsable = true;
+        return;
     }
-    if (!m_stampValid || now != m_stamp || m_cache.Size() > kMaxCacheEntries ||
-        m_cache.dataBytes > kMaxCacheDataBytes) {
+    if (!m_database->HasChangeRecord()) {
+        // Without a record, any commit may have changed anything.
         m_cache.Clear();
         m_stamp = now;
-        m_stampValid = true;
+        m_stampValid = stamped;
+        m_cacheUsable = stamped;
+        return;
     }
+    bool continuous = false;
+    std::int64_t last = m_seq;
+    const LONG status = m_database->ChangesSince(
+        m_seq,
+        [this](const ChangeRecord& change) {
+            if (change.seq != m_seq)
+                m_cache.Forget(change);
+        },
+        continuous, last);
+    // A record cut back past what this process knew, or one that looks odd: start again.
+    if (status != ERROR_SUCCESS || !continuous)
+        m_cache.Clear();
+    if (status != ERROR_SUCCESS) {
+        m_stampValid = false;
+        return;
+    }
+    m_seq = last;
+    m_stamp = now;
+    m_stampValid = stamped;
     m_cacheUsable = true;
-    return ERROR_SUCCESS;
 }
 
 LONG Hive::BeginWrite(bool create)
 {
-    // Inside a transaction the cache is neither read (it may predate the write lock) nor filled
-    // (a rollback would leave it holding what never was).
-    m_writing = true;
     m_cacheUsable = false;
-    const LONG status = Open(create);
+    LONG status = Open(create ? Database::OpenFor::Creating : Database::OpenFor::Writing);
     if (status != ERROR_SUCCESS || !m_database)
         return status;
-    const int result = m_database->Begin();
-    return result == SQLITE_OK ? ERROR_SUCCESS : Fail(result);
+    status = m_database->Begin();
+    if (status != ERROR_SUCCESS)
+        return status;
+    // Inside the transaction no other process can commit, so the cache brought up to date now
+    // stays so; what this transaction changes is dropped from it as each change is recorded.
+    m_pending.clear();
+    Sync();
+    return ERROR_SUCCESS;
 }
 
 LONG Hive::EndWrite(LONG status)
 {
-    if (status == ERROR_SUCCESS) {
-        const int result = m_database->Commit();
-        if (result != SQLITE_OK) {
-            m_database->Rollback();
-            status = Fail(result);
-        }
-    } else {
+    ChangeStamp committed;
+    bool exact = false;
+    if (status == ERROR_SUCCESS)
+        status = m_database->Commit(committed, exact);
+    else
         m_database->Rollback();
+    if (status == ERROR_SUCCESS && !m_pending.empty())
+        m_seq = m_lastRecorded;
+    // A write from a static destructor or another thread after the exit handler ran.
+    if (status == ERROR_SUCCESS && g_exiting)
+        m_database->Checkpoint(true);
+    // A transaction that failed may have filled the cache with what it changed and never was.
+    if (status != ERROR_SUCCESS) {
+        for (const ChangeRecord& change : m_pending)
+            m_cache.Forget(change);
     }
-    m_cache.Clear();
-    m_stampValid = false;
-    m_writing = false;
+    if (!m_database->HasChangeRecord())
+        m_cache.Clear();
+    // The cache now knows of every change up to this commit's. If another process may already
+    // have committed after it, the next call asks the record instead of the stamp.
+    if (status == ERROR_SUCCESS) {
+        m_stamp = committed;
+        m_stampValid = exact && m_database->HasChangeRecord();
+    }
+    m_pending.clear();
+    m_cacheUsable = false;
     return status;
+}
+
+LONG Hive::Record(ChangeKind kind, std::int64_t key, std::int64_t parent, const Utf16& name)
+{
+    if (!m_database->HasChangeRecord())
+        return ERROR_SUCCESS;
+    ChangeRecord change;
+    change.kind = kind;
+    change.key = key;
+    change.parent = parent;
+    change.name = name;
+    LONG status = Ancestors(parent, change.ancestors);
+    if (status == ERROR_SUCCESS)
+        status = m_database->RecordChange(change, change.seq);
+    if (status != ERROR_SUCCESS)
+        return status;
+    m_cache.Forget(change);
+    m_lastRecorded = change.seq;
+    m_pending.push_back(std::move(change));
+    return ERROR_SUCCESS;
+}
+
+LONG Hive::Ancestors(std::int64_t parent, std::vector<std::int64_t>& out)
+{
+    out.clear();
+    for (std::int64_t id = parent; id != 0;) {
+        if (out.size() > static_cast<std::size_t>(MaxKeyDepth))
+            return ERROR_REGISTRY_CORRUPT; // a loop of parents
+        out.push_back(id);
+        KeyRecord record;
+        const LONG status = Key(id, record);
+        if (status != ERROR_SUCCESS)
+            return status;
+        id = record.parent;
+    }
+    std::reverse(out.begin(), out.end());
+    return ERROR_SUCCESS;
 }
 
 LONG Hive::Key(std::int64_t id, KeyRecord& out)
@@ -227,133 +387,139 @@ LONG Hive::Key(std::int64_t id, KeyRecord& out)
         return ERROR_SUCCESS;
     }
     if (m_cacheUsable) {
-        const auto found = m_cache.keys.find(id);
-        if (found != m_cache.keys.end()) {
-            if (found->second.id == 0)
+        if (const CachedKey* cached = m_cache.Find(id)) {
+            if (cached->deleted)
                 return ERROR_KEY_DELETED;
-            out = found->second;
-            return ERROR_SUCCESS;
+            if (cached->known) {
+                out = cached->record;
+                return ERROR_SUCCESS;
+            }
         }
     }
     KeyRecord key;
-    {
-        Statement query = m_database->Prepare(Sql::KeyById);
-        query.Bind(1, id);
-        const int result = query.Step();
-        if (result == SQLITE_ROW)
-            key = KeyFromRow(query, id, 0);
-        else if (result != SQLITE_DONE)
-            return Fail(result);
+    const LONG status = m_database->FindKey(id, key);
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
+        return status;
+    if (m_cacheUsable) {
+        CachedKey& cached = m_cache.Entry(id);
+        cached.deleted = status == ERROR_FILE_NOT_FOUND;
+        cached.known = !cached.deleted;
+        cached.record = key;
     }
-    if (m_cacheUsable)
-        m_cache.keys[id] = key;
-    if (key.id == 0)
+    if (status == ERROR_FILE_NOT_FOUND)
         return ERROR_KEY_DELETED;
     out = key;
     return ERROR_SUCCESS;
 }
 
+bool Hive::ChildFromList(const CachedKey& parent, const KeyRecord& parentRecord, const std::string& fold,
+                         KeyRecord& out) const
+{
+    const SubKeyList& list = *parent.subKeys;
+    const auto found = std::lower_bound(list.begin(), list.end(), fold, [](const SubKeyEntry& entry, const std::string& wanted) {
+        return CompareFolded(entry.name, wanted) < 0;
+    });
+    if (found == list.end() || CompareFolded(found->name, fold) != 0) {
+        out = KeyRecord{};
+        return false;
+    }
+    out = KeyRecord{found->id, parentRecord.id, found->access, parentRecord.depth + 1};
+    return true;
+}
+
 LONG Hive::Child(const KeyRecord& parent, const std::string& fold, KeyRecord& out)
 {
-    if (!m_database)
+    if (!m_database || parent.id == 0)
         return ERROR_FILE_NOT_FOUND;
-    if (m_cacheUsable) {
-        const auto found = m_cache.children.find(CacheKey(parent.id, fold, m_cacheKey));
-        if (found != m_cache.children.end()) {
-            if (found->second.id == 0)
-                return ERROR_FILE_NOT_FOUND;
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(parent.id) : nullptr;
+    if (cached != nullptr) {
+        const auto found = cached->children.find(fold);
+        if (found != cached->children.end()) {
             out = found->second;
-            return ERROR_SUCCESS;
+            return found->second.id == 0 ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
         }
+        if (cached->subKeys)
+            return ChildFromList(*cached, parent, fold, out) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     }
     KeyRecord child;
-    {
-        Statement query = m_database->Prepare(Sql::Child);
-        query.Bind(1, parent.id);
-        query.BindBlob(2, fold);
-        const int result = query.Step();
-        if (result == SQLITE_ROW)
-            child = KeyFromRow(query, query.Int(0), 1);
-        else if (result != SQLITE_DONE)
-            return Fail(result);
+    const LONG status = m_database->FindChild(parent, fold, child);
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
+        return status;
+    if (cached != nullptr) {
+        cached->children.emplace(fold, child);
+        m_cache.Grew(HiveCache::Cost(fold.size()));
+        // A key whose children are looked up one by one this often is read from its list from
+        // now on: one scan instead of a statement per child.
+        if (cached->children.size() > kChildLookupsBeforeList) {
+            std::shared_ptr<const SubKeyList> list;
+            if (SubKeys(parent.id, list) == ERROR_SUCCESS)
+                cached->children.clear();
+        }
+        if (status == ERROR_SUCCESS) {
+            CachedKey& own = m_cache.Entry(child.id);
+            own.record = child;
+            own.known = true;
+        }
     }
-    if (m_cacheUsable)
-        m_cache.children.emplace(m_cacheKey, child);
-    if (child.id == 0)
-        return ERROR_FILE_NOT_FOUND;
-    out = child;
-    return ERROR_SUCCESS;
+    if (status == ERROR_SUCCESS)
+        out = child;
+    return status;
 }
 
 LONG Hive::Value(std::int64_t key, const std::string& fold, const ValueRecord*& out)
 {
     if (!m_database)
         return ERROR_FILE_NOT_FOUND;
-    if (m_cacheUsable) {
-        const auto found = m_cache.values.find(CacheKey(key, fold, m_cacheKey));
-        if (found != m_cache.values.end()) {
-            out = &found->second;
-            return ERROR_SUCCESS;
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(key) : nullptr;
+    if (cached != nullptr) {
+        const auto found = cached->values.find(fold);
+        if (found != cached->values.end()) {
+            out = &found->second.value;
+            return found->second.present ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
         }
-        if (m_cache.missingValues.count(m_cacheKey) != 0)
-            return ERROR_FILE_NOT_FOUND;
     }
-    Statement query = m_database->Prepare(Sql::ValueGet);
-    query.Bind(1, key);
-    query.BindBlob(2, fold);
-    const int result = query.Step();
-    if (result == SQLITE_DONE) {
-        if (m_cacheUsable)
-            m_cache.missingValues.emplace(m_cacheKey, true);
-        return ERROR_FILE_NOT_FOUND;
-    }
-    if (result != SQLITE_ROW)
-        return Fail(result);
     ValueRecord value;
-    value.type = static_cast<DWORD>(query.Int(0));
-    value.data = query.Blob(1);
-    if (m_cacheUsable) {
-        m_cache.dataBytes += value.data.size();
-        out = &m_cache.values.emplace(m_cacheKey, std::move(value)).first->second;
+    const LONG status = m_database->FindValue(key, fold, value);
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND)
+        return status;
+    if (cached != nullptr) {
+        m_cache.Grew(HiveCache::Cost(fold.size() + value.data.size()));
+        CachedValue& entry = cached->values[fold];
+        entry.present = status == ERROR_SUCCESS;
+        entry.value = std::move(value);
+        out = &entry.value;
     } else {
         m_scratchValue = std::move(value);
         out = &m_scratchValue;
     }
-    return ERROR_SUCCESS;
+    return status;
 }
 
 LONG Hive::SubKeys(std::int64_t key, std::shared_ptr<const SubKeyList>& out)
 {
-    if (!m_database) {
+    if (!m_database || key == 0) {
         out = std::make_shared<const SubKeyList>();
         return ERROR_SUCCESS;
     }
-    if (m_cacheUsable) {
-        const auto found = m_cache.subKeys.find(key);
-        if (found != m_cache.subKeys.end()) {
-            out = found->second;
-            return ERROR_SUCCESS;
-        }
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(key) : nullptr;
+    if (cached != nullptr && cached->subKeys) {
+        out = cached->subKeys;
+        return ERROR_SUCCESS;
     }
-    // One ordered scan per change of the database: enumerating by index then costs a lookup
-    // per item instead of a scan per item.
+    // One ordered scan until the list changes: enumerating by index then costs a lookup per
+    // item instead of a scan per item.
     auto list = std::make_shared<SubKeyList>();
-    Statement query = m_database->Prepare(Sql::ChildrenOfKey);
-    query.Bind(1, key);
-    int result;
-    while ((result = query.Step()) == SQLITE_ROW) {
-        SubKeyEntry entry;
-        entry.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
-        entry.id = query.Int(1);
-        if (!query.IsNull(2))
-            entry.className = FromStoredBytes(query.BlobData(2), query.BlobSize(2));
-        list->push_back(std::move(entry));
-    }
-    if (result != SQLITE_DONE)
-        return Fail(result);
+    const LONG status = m_database->ListSubKeys(key, *list);
+    if (status != ERROR_SUCCESS)
+        return status;
     out = list;
-    if (m_cacheUsable)
-        m_cache.subKeys[key] = out;
+    if (cached != nullptr) {
+        std::size_t bytes = 0;
+        for (const SubKeyEntry& entry : *list)
+            bytes += HiveCache::Cost(2 * (entry.name.size() + entry.className.size()));
+        m_cache.Grew(bytes);
+        cached->subKeys = out;
+    }
     return ERROR_SUCCESS;
 }
 
@@ -362,7 +528,8 @@ LONG Hive::SubKeyAt(std::int64_t key, DWORD index, const SubKeyEntry*& out)
     const bool inOrder = key == m_lastEnumeratedKey && index == m_lastEnumeratedIndex + 1;
     m_lastEnumeratedKey = key;
     m_lastEnumeratedIndex = index;
-    const bool listed = m_cacheUsable && m_cache.subKeys.count(key) != 0;
+    const CachedKey* cached = m_cacheUsable ? m_cache.Find(key) : nullptr;
+    const bool listed = cached != nullptr && cached->subKeys;
     if (listed || inOrder || !m_database) {
         const LONG status = SubKeys(key, m_enumerated);
         if (status != ERROR_SUCCESS)
@@ -372,19 +539,10 @@ LONG Hive::SubKeyAt(std::int64_t key, DWORD index, const SubKeyEntry*& out)
         out = &(*m_enumerated)[index];
         return ERROR_SUCCESS;
     }
-    Statement query = m_database->Prepare(Sql::ChildAt);
-    query.Bind(1, key);
-    query.Bind(2, index);
-    const int result = query.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_NO_MORE_ITEMS;
-    if (result != SQLITE_ROW)
-        return Fail(result);
-    m_scratchSubKey.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
-    m_scratchSubKey.id = query.Int(1);
-    m_scratchSubKey.className = query.IsNull(2) ? Utf16() : FromStoredBytes(query.BlobData(2), query.BlobSize(2));
-    out = &m_scratchSubKey;
-    return ERROR_SUCCESS;
+    const LONG status = m_database->SubKeyAt(key, index, m_scratchSubKey);
+    if (status == ERROR_SUCCESS)
+        out = &m_scratchSubKey;
+    return status;
 }
 
 LONG Hive::Values(std::int64_t key, std::shared_ptr<const ValueList>& out)
@@ -393,30 +551,23 @@ LONG Hive::Values(std::int64_t key, std::shared_ptr<const ValueList>& out)
         out = std::make_shared<const ValueList>();
         return ERROR_SUCCESS;
     }
-    if (m_cacheUsable) {
-        const auto found = m_cache.valueLists.find(key);
-        if (found != m_cache.valueLists.end()) {
-            out = found->second;
-            return ERROR_SUCCESS;
-        }
+    CachedKey* cached = m_cacheUsable ? &m_cache.Entry(key) : nullptr;
+    if (cached != nullptr && cached->valueList) {
+        out = cached->valueList;
+        return ERROR_SUCCESS;
     }
     auto list = std::make_shared<ValueList>();
-    Statement query = m_database->Prepare(Sql::ValuesOfKey);
-    query.Bind(1, key);
-    int result;
-    while ((result = query.Step()) == SQLITE_ROW) {
-        ValueEntry entry;
-        entry.name = FromStoredBytes(query.BlobData(0), query.BlobSize(0));
-        entry.value.type = static_cast<DWORD>(query.Int(1));
-        entry.value.data = query.Blob(2);
-        m_cache.dataBytes += m_cacheUsable ? entry.value.data.size() : 0;
-        list->push_back(std::move(entry));
-    }
-    if (result != SQLITE_DONE)
-        return Fail(result);
+    const LONG status = m_database->ListValues(key, *list);
+    if (status != ERROR_SUCCESS)
+        return status;
     out = list;
-    if (m_cacheUsable)
-        m_cache.valueLists[key] = out;
+    if (cached != nullptr) {
+        std::size_t bytes = 0;
+        for (const ValueEntry& entry : *list)
+            bytes += HiveCache::Cost(2 * entry.name.size() + entry.value.data.size());
+        m_cache.Grew(bytes);
+        cached->valueList = out;
+    }
     return ERROR_SUCCESS;
 }
 
@@ -426,140 +577,67 @@ LONG Hive::KeyInfo(std::int64_t key, Utf16& className, std::int64_t& written)
     written = 0;
     if (!m_database)
         return ERROR_SUCCESS;
-    Statement query = m_database->Prepare(Sql::KeyInfo);
-    query.Bind(1, key);
-    const int result = query.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_KEY_DELETED;
-    if (result != SQLITE_ROW)
-        return Fail(result);
-    if (!query.IsNull(0)) {
-        const std::string bytes = query.Blob(0);
-        className = FromStoredBytes(bytes.data(), bytes.size());
-    }
-    written = query.Int(1);
-    return ERROR_SUCCESS;
+    const LONG status = m_database->KeyInfo(key, className, written);
+    return status == ERROR_FILE_NOT_FOUND ? ERROR_KEY_DELETED : status;
 }
 
 LONG Hive::CreateChild(const KeyRecord& parent, const Utf16& name, const std::string& fold, const Utf16* className,
                        KeyRecord& out)
 {
-    {
-        // Bound without copying: the bytes must outlive the step.
-        const std::string storedName = ToStoredBytes(name);
-        const std::string storedClass = className != nullptr ? ToStoredBytes(*className) : std::string();
-        Statement insert = m_database->Prepare(Sql::InsertKey);
-        insert.Bind(1, parent.id);
-        insert.BindBlob(2, fold);
-        insert.BindBlob(3, storedName);
-        if (className != nullptr)
-            insert.BindBlob(4, storedClass);
-        else
-            insert.BindNull(4);
-        insert.Bind(5, KEY_ALL_ACCESS);
-        insert.Bind(6, parent.depth + 1);
-        insert.Bind(7, FileTimeNow());
-        const int result = insert.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
-    }
-    out = KeyRecord{m_database->LastInsertId(), parent.id, KEY_ALL_ACCESS, parent.depth + 1};
-    return Touch(parent.id);
+    LONG status = m_database->InsertKey(parent, name, fold, className, out);
+    if (status == ERROR_SUCCESS)
+        status = Record(ChangeKind::KeyCreated, out.id, parent.id, name);
+    return status != ERROR_SUCCESS ? status : Touch(parent.id);
 }
 
-LONG Hive::SetValue(std::int64_t key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
+LONG Hive::SetValue(const KeyRecord& key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
                     std::size_t size)
 {
-    {
-        Statement upsert = m_database->Prepare(Sql::ValueUpsert);
-        upsert.Bind(1, key);
-        upsert.BindBlob(2, fold);
-        const std::string storedName = ToStoredBytes(name);
-        upsert.BindBlob(3, storedName);
-        upsert.Bind(4, type);
-        upsert.BindBlob(5, data, size);
-        upsert.Bind(6, FileTimeNow());
-        const int result = upsert.Step();
-        return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
-    }
+    const LONG status = m_database->UpsertValue(key.id, name, fold, type, data, size);
+    return status != ERROR_SUCCESS ? status : Record(ChangeKind::ValueSet, key.id, key.parent, name);
 }
 
-LONG Hive::DeleteValue(std::int64_t key, const std::string& fold)
+LONG Hive::DeleteValue(const KeyRecord& key, const std::string& fold)
 {
-    {
-        Statement remove = m_database->Prepare(Sql::ValueDelete);
-        remove.Bind(1, key);
-        remove.BindBlob(2, fold);
-        const int result = remove.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
-    }
-    if (m_database->Changes() == 0)
-        return ERROR_FILE_NOT_FOUND;
-    return Touch(key);
+    Utf16 name;
+    LONG status = m_database->DeleteValue(key.id, fold, name);
+    if (status == ERROR_SUCCESS)
+        status = Record(ChangeKind::ValueDeleted, key.id, key.parent, name);
+    return status != ERROR_SUCCESS ? status : Touch(key.id);
 }
 
 LONG Hive::Touch(std::int64_t key)
 {
-    Statement update = m_database->Prepare(Sql::TouchKey);
-    update.Bind(1, key);
-    update.Bind(2, FileTimeNow());
-    const int result = update.Step();
-    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+    return m_database->TouchKey(key);
 }
 
 LONG Hive::HasChildren(std::int64_t key, bool& hasChildren)
 {
     hasChildren = false;
-    if (!m_database)
-        return ERROR_SUCCESS;
-    Statement query = m_database->Prepare(Sql::HasChildren);
-    query.Bind(1, key);
-    const int result = query.Step();
-    if (result != SQLITE_ROW)
-        return Fail(result);
-    hasChildren = query.Int(0) != 0;
-    return ERROR_SUCCESS;
+    return m_database ? m_database->HasSubKeys(key, hasChildren) : ERROR_SUCCESS;
 }
 
 LONG Hive::DeleteKey(std::int64_t key)
 {
-    for (const Sql which : {Sql::DeleteKeyValues, Sql::DeleteKeyRow}) {
-        Statement remove = m_database->Prepare(which);
-        remove.Bind(1, key);
-        const int result = remove.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
-    }
-    return ERROR_SUCCESS;
+    std::int64_t parent = 0;
+    Utf16 name;
+    const LONG status = m_database->DeleteKey(key, parent, name);
+    return status != ERROR_SUCCESS ? status : Record(ChangeKind::KeyDeleted, key, parent, name);
 }
 
 LONG Hive::Subtree(std::int64_t key, std::vector<KeyRecord>& out)
 {
-    out.clear();
-    Statement query = m_database->Prepare(Sql::Subtree);
-    query.Bind(1, key);
-    int result;
-    while ((result = query.Step()) == SQLITE_ROW) {
-        KeyRecord record;
-        record.id = query.Int(0);
-        record.access = static_cast<REGSAM>(query.Int(1));
-        out.push_back(record);
-    }
-    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+    return m_database->Subtree(key, out);
 }
 
 LONG Hive::SetAccess(std::int64_t key, REGSAM granted)
 {
-    {
-        Statement update = m_database->Prepare(Sql::SetAccess);
-        update.Bind(1, key);
-        update.Bind(2, granted);
-        const int result = update.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
-    }
-    return m_database->Changes() == 0 ? ERROR_KEY_DELETED : ERROR_SUCCESS;
+    std::int64_t parent = 0;
+    Utf16 name;
+    const LONG status = m_database->SetAccess(key, granted, parent, name);
+    if (status == ERROR_FILE_NOT_FOUND)
+        return ERROR_KEY_DELETED;
+    return status != ERROR_SUCCESS ? status : Record(ChangeKind::AccessChanged, key, parent, name);
 }
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

@@ -1,53 +1,25 @@
-// A hive: one database file, the connection this process keeps to it, and a cache of what was
-// read, checked against the database's change stamp at the start of every call. The key-level
-// operations here run only inside Read or Write, which hold the hive's lock.
+// A hive: one database file, the connection this process keeps to it, the lock that serialises
+// this process's use of it, its transactions, and a cache of what was read. At the start of
+// every call the cache is checked against the database's change stamp; when the stamp has
+// moved, the changes that other processes committed since are read from the change record and
+// only what they name is dropped. Every change made here goes into the record in the same
+// transaction. The key-level operations run only inside Read or Write, which hold the lock.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <type_traits>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
-#include "TesselPlatform/Errors.h"
-#include "TesselPlatform/Registry.h"
 #include "registry/Database.h"
-#include "registry/RegistryText.h"
+#include "registry/HiveCache.h"
+#include "registry/Records.h"
+#include "registry/WriterLock.h"
 
-namespace TesselRegistry {
-
-enum class HiveId { Machine, User, Users };
-constexpr int HiveCount = 3;
-
-// The id of every hive's root key.
-constexpr std::int64_t RootKeyId = 1;
-
-struct KeyRecord {
-    std::int64_t id = 0;
-    std::int64_t parent = 0;
-    REGSAM access = 0; // what the key grants: the stand-in for its security descriptor
-    int depth = 0;     // levels below the hive root
-};
-
-struct ValueRecord {
-    DWORD type = REG_NONE;
-    std::string data;
-};
-
-struct SubKeyEntry {
-    Utf16 name;
-    Utf16 className;
-    std::int64_t id = 0; // for its last-write time, which few callers ask for
-};
-
-struct ValueEntry {
-    Utf16 name;
-    ValueRecord value;
-};
-
-using SubKeyList = std::vector<SubKeyEntry>;
-using ValueList = std::vector<ValueEntry>;
+namespace TesselPlatform::Registry {
 
 class Hive {
 public:
@@ -63,20 +35,20 @@ public:
         return status != ERROR_SUCCESS ? status : body();
     }
 
-    // Runs body() inside one write transaction, committed if it returns ERROR_SUCCESS and rolled
-    // back otherwise. Without create, a hive whose file doesn't exist answers absentStatus
-    // instead of being made.
+    // Runs body() as one atomic change: committed if it returns ERROR_SUCCESS, undone otherwise,
+    // and returns only once the commit that holds it is done. Writes that several threads make
+    // at once share one transaction, each in a savepoint of its own, and body() may run in
+    // another thread of the process. Without create, a hive whose file doesn't exist answers
+    // absentStatus instead of being made.
     template <typename Body>
     LONG Write(bool create, LONG absentStatus, Body&& body)
     {
-        std::lock_guard<std::mutex> guard(m_lock);
-        LONG status = BeginWrite(create);
-        if (status != ERROR_SUCCESS)
-            return status;
-        if (!m_database)
-            return absentStatus;
-        status = body();
-        return EndWrite(status);
+        PendingWrite write;
+        write.create = create;
+        write.absentStatus = absentStatus;
+        write.body = &body;
+        write.run = [](void* context) -> LONG { return (*static_cast<std::remove_reference_t<Body>*>(context))(); };
+        return Commit(write);
     }
 
     // Lookups. KEY_DELETED when the key is gone; FILE_NOT_FOUND when a child or value is missing.
@@ -93,12 +65,12 @@ public:
     LONG Values(std::int64_t key, std::shared_ptr<const ValueList>& out);
     LONG KeyInfo(std::int64_t key, Utf16& className, std::int64_t& written);
 
-    // Changes; only inside Write.
+    // Changes; only inside Write. Each goes into the change record.
     LONG CreateChild(const KeyRecord& parent, const Utf16& name, const std::string& fold, const Utf16* className,
                      KeyRecord& out);
-    LONG SetValue(std::int64_t key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
+    LONG SetValue(const KeyRecord& key, const Utf16& name, const std::string& fold, DWORD type, const void* data,
                   std::size_t size);
-    LONG DeleteValue(std::int64_t key, const std::string& fold);
+    LONG DeleteValue(const KeyRecord& key, const std::string& fold);
     LONG Touch(std::int64_t key);
     LONG HasChildren(std::int64_t key, bool& result);
     LONG DeleteKey(std::int64_t key);
@@ -106,46 +78,70 @@ public:
     LONG Subtree(std::int64_t key, std::vector<KeyRecord>& out);
     LONG SetAccess(std::int64_t key, REGSAM granted);
 
-    // Fork handling: before a fork every connection is closed under the lock, so that neither
-    // side inherits SQLite's per-process lock bookkeeping for a file it has open.
-    static void LockAllForFork();
-    static void UnlockAllAfterFork();
-
 private:
-    explicit Hive(HiveId id) : m_id(id) {}
-    static Hive* const* All();
-
-    struct Cache {
-        std::unordered_map<std::int64_t, KeyRecord> keys;    // id 0 in the record: deleted
-        std::unordered_map<std::string, KeyRecord> children; // parent id + fold; id 0: no such child
-        std::unordered_map<std::string, ValueRecord> values; // key id + fold
-        std::unordered_map<std::string, bool> missingValues; // key id + fold known to have no value
-        std::unordered_map<std::int64_t, std::shared_ptr<const SubKeyList>> subKeys;
-        std::unordered_map<std::int64_t, std::shared_ptr<const ValueList>> valueLists;
-
-        std::size_t dataBytes = 0; // value data held, which entries alone don't bound
-
-        std::size_t Size() const;
-        void Clear();
+    // A modifying call waiting for the transaction that will hold it.
+    struct PendingWrite {
+        bool create = false;
+        LONG absentStatus = ERROR_FILE_NOT_FOUND;
+        void* body = nullptr;
+        LONG (*run)(void* body) = nullptr;
+        LONG status = ERROR_SUCCESS;
+        bool done = false; // committed or failed: status says which
+        bool lead = false; // this call's thread is to commit the next batch
+        std::condition_variable wake;
     };
 
+    explicit Hive(HiveId id) : m_id(id) {}
+    static Hive* const* All();
+    static void LockAllForFork();
+    static void UnlockAllAfterFork();
+    static void ResetAllInChild();
+    static const int s_forkHandlers;
+    // The process's last use of its hives: their WAL goes into their database files.
+    static void CheckpointAllAtExit();
+    static const int s_exitHandler;
+
+    LONG Commit(PendingWrite& write);
+    // Commits what is queued, with the lock held on entry and on return.
+    void CommitQueued(std::unique_lock<std::mutex>& lock);
+    void CommitBatch(const std::vector<PendingWrite*>& batch);
+    LONG RunBody(PendingWrite& write);
+    // Copies the WAL into the database file on the checkpoint connection, unless another thread
+    // of the process is doing so already. Called without the hive's lock.
+    void CheckpointAside();
     LONG BeginRead();
     LONG BeginWrite(bool create);
     LONG EndWrite(LONG status);
-    LONG Open(bool create);
-    const std::string& Path();
-    LONG Fail(int result) const { return StatusFromSqlite(result, m_writing); }
+    LONG Open(Database::OpenFor purpose);
+    // Brings the cache up to the database's last commit, or leaves it unusable for this call.
+    void Sync();
+    // Puts a change into the record and drops what the cache held of it.
+    LONG Record(ChangeKind kind, std::int64_t key, std::int64_t parent, const Utf16& name);
+    // The keys above parent's children: parent and its ancestors, from the root down.
+    LONG Ancestors(std::int64_t parent, std::vector<std::int64_t>& out);
+    // The child of parent named by fold, from its list when that is remembered.
+    bool ChildFromList(const CachedKey& parent, const KeyRecord& parentRecord, const std::string& fold,
+                       KeyRecord& out) const;
 
     const HiveId m_id;
     std::mutex m_lock;
     std::string m_path; // fixed at first use in the process
     std::unique_ptr<Database> m_database;
-    Cache m_cache;
-    ChangeStamp m_stamp;       // the database as it was when the cache was started
-    bool m_stampValid = false; // m_stamp describes the cache's contents
-    bool m_cacheUsable = false; // this call may read and fill the cache
-    bool m_writing = false;
-    std::string m_cacheKey;     // the last lookup's cache key, its buffer reused by the next
+    HiveCache m_cache;
+    std::int64_t m_seq = 0;       // the last change in the record that the cache knows of
+    ChangeStamp m_stamp;          // the database when the cache was last brought up to m_seq
+    bool m_stampValid = false;    // no commit since m_stamp means none since m_seq
+    bool m_cacheUsable = false;   // this call may read and fill the cache
+    std::vector<ChangeRecord> m_pending; // the open transaction's changes, dropped again if it fails
+    std::int64_t m_lastRecorded = 0;     // the open transaction's last change
+    std::vector<PendingWrite*> m_queue;  // writes waiting for the next batch
+    bool m_committing = false;           // a thread is committing a batch; the queue waits for it
+    WriterLock m_writerLock;             // taken across processes before each batch
+    bool m_writerLockTried = false;
+    // A connection of its own for checkpoints, so that the fsyncs they make don't hold up the
+    // process's other calls; its lock is taken without the hive's.
+    std::mutex m_checkpointLock;
+    std::unique_ptr<Database> m_checkpointer;
     ValueRecord m_scratchValue; // a value read past the cache
     SubKeyEntry m_scratchSubKey; // a sub-key read past the cache
     std::shared_ptr<const SubKeyList> m_enumerated; // keeps the list that SubKeyAt pointed into
@@ -153,4 +149,4 @@ private:
     DWORD m_lastEnumeratedIndex = 0;
 };
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

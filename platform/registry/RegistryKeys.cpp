@@ -1,39 +1,18 @@
 // The key functions of the registry API: open, create, close, delete, delete a tree, and the
-// access mask that stands in for a key's security descriptor. Implementation here must contain
-// only generic UNIX code.
+// access mask that stands in for a key's security descriptor. Each checks its arguments and
+// makes one call into key access. Implementation here must contain only generic UNIX code.
 
-#include <pthread.h>
 #include <vector>
 
 #include "TesselPlatform/Registry.h"
+#include "registry/Arguments.h"
+#include "registry/Database.h"
 #include "registry/HandleTable.h"
-#include "registry/Hive.h"
-#include "registry/KeyResolver.h"
+#include "registry/KeyAccess.h"
 
-using namespace TesselRegistry;
+using namespace TesselPlatform::Registry;
 
 namespace {
-
-void PrepareFork()
-{
-    HandleTable::Instance().LockForFork();
-    Hive::LockAllForFork();
-}
-
-void AfterForkInParent()
-{
-    Hive::UnlockAllAfterFork();
-    HandleTable::Instance().UnlockInParent();
-}
-
-void AfterForkInChild()
-{
-    Hive::UnlockAllAfterFork();
-    HandleTable::Instance().ResetInChild();
-}
-
-// Registered when the library loads, so that no fork can come between a first call and this.
-const int g_forkHandlers = pthread_atfork(PrepareFork, AfterForkInParent, AfterForkInChild);
 
 LONG NewHandle(const KeyHandle& handle, PHKEY result)
 {
@@ -44,83 +23,17 @@ LONG NewHandle(const KeyHandle& handle, PHKEY result)
     return ERROR_SUCCESS;
 }
 
-bool IsPerformance(const Target& target)
-{
-    return target.root != nullptr && target.root->kind == RootKind::Performance;
-}
-
-// The handle to give out for key, opened with sam. A request for more than the key grants is
-// refused.
-LONG HandleFor(const Target& target, const KeyRecord& key, bool keyIsTarget, REGSAM sam, KeyHandle& out)
-{
-    const REGSAM wanted = RequestedRights(sam, key.access);
-    if ((wanted & ~key.access) != 0)
-        return ERROR_ACCESS_DENIED;
-    out = KeyHandle{target.handle.hive, key.id, wanted, -1};
-    // A new handle to a predefined key keeps standing for its path, as the predefined key does.
-    if (keyIsTarget && target.root != nullptr) {
-        out.key = 0;
-        out.root = target.handle.root;
-    }
-    return ERROR_SUCCESS;
-}
-
-// Deletes the key that subKey names below target: one key without sub-keys, or with tree the
-// key and all below it. The handle's own rights don't matter; each key deleted must grant DELETE.
-LONG DeleteKey(HKEY hKey, LPCWSTR subKey, bool tree)
+// The checks that deleting a key and deleting a tree share; parts gets the sub-key's names.
+LONG DeleteArguments(HKEY hKey, LPCWSTR subKey, Target& target, std::vector<Utf16>& parts)
 {
     if (subKey == nullptr)
         return ERROR_INVALID_PARAMETER;
-    Target target;
-    LONG status = TargetOf(hKey, target);
+    const LONG status = TargetOf(hKey, target);
     if (status != ERROR_SUCCESS)
         return status;
     if (IsPerformance(target))
         return ERROR_ACCESS_DENIED;
-    std::vector<Utf16> parts;
-    status = SplitPath(subKey, parts);
-    if (status != ERROR_SUCCESS)
-        return status;
-    if (parts.empty() && target.root != nullptr)
-        return ERROR_ACCESS_DENIED;
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Write(false, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
-        KeyRecord base;
-        LONG result = Locate(hive, target, false, base);
-        if (result != ERROR_SUCCESS)
-            return result;
-        KeyRecord key;
-        bool created = false;
-        result = Walk(hive, target.handle.hive, base, parts, WalkOptions{}, key, created);
-        if (result != ERROR_SUCCESS)
-            return result;
-        if (key.id == RootKeyId)
-            return ERROR_ACCESS_DENIED;
-        std::vector<KeyRecord> doomed;
-        if (tree) {
-            result = hive.Subtree(key.id, doomed);
-            if (result != ERROR_SUCCESS)
-                return result;
-        } else {
-            bool hasChildren = false;
-            result = hive.HasChildren(key.id, hasChildren);
-            if (result != ERROR_SUCCESS)
-                return result;
-            if (hasChildren)
-                return ERROR_ACCESS_DENIED;
-            doomed.push_back(key);
-        }
-        for (const KeyRecord& each : doomed) {
-            if ((each.access & DELETE) == 0)
-                return ERROR_ACCESS_DENIED;
-        }
-        for (const KeyRecord& each : doomed) {
-            result = hive.DeleteKey(each.id);
-            if (result != ERROR_SUCCESS)
-                return result;
-        }
-        return hive.Touch(key.parent);
-    });
+    return SplitPath(subKey, parts);
 }
 
 } // namespace
@@ -150,35 +63,14 @@ LSTATUS WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD /*ulOptions*/, R
         *phkResult = hKey;
         return ERROR_SUCCESS;
     }
-    std::vector<Utf16> parts;
+    // Kept from call to call: an open of a path like the last one allocates nothing for it.
+    thread_local std::vector<Utf16> parts;
     status = SplitPath(lpSubKey, parts);
     if (status != ERROR_SUCCESS)
         return status;
-
-    Hive& hive = Hive::Get(target.handle.hive);
     KeyHandle opened;
-    status = hive.Read([&]() -> LONG {
-        KeyRecord base;
-        LONG result = Locate(hive, target, false, base);
-        if (result == ERROR_FILE_NOT_FOUND && parts.empty() && target.root != nullptr) {
-            // A predefined key whose path isn't made yet can still be handed out.
-            base.access = KEY_ALL_ACCESS;
-            return HandleFor(target, base, true, samDesired, opened);
-        }
-        if (result != ERROR_SUCCESS)
-            return result;
-        KeyRecord key;
-        bool created = false;
-        WalkOptions options;
-        options.view32 = (samDesired & KEY_WOW64_32KEY) != 0;
-        result = Walk(hive, target.handle.hive, base, parts, options, key, created);
-        if (result != ERROR_SUCCESS)
-            return result;
-        return HandleFor(target, key, parts.empty(), samDesired, opened);
-    });
-    if (status != ERROR_SUCCESS)
-        return status;
-    return NewHandle(opened, phkResult);
+    status = OpenKey(target, parts, samDesired, opened);
+    return status != ERROR_SUCCESS ? status : NewHandle(opened, phkResult);
 }
 
 LSTATUS WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD /*Reserved*/, LPWSTR lpClass, DWORD /*dwOptions*/,
@@ -196,47 +88,18 @@ LSTATUS WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD /*Reserved*/, 
         return status;
     if (IsPerformance(target))
         return ERROR_ACCESS_DENIED;
-    std::vector<Utf16> parts;
+    thread_local std::vector<Utf16> parts;
     status = SplitPath(lpSubKey, parts);
     if (status != ERROR_SUCCESS)
         return status;
     Utf16 className;
     if (lpClass != nullptr && !ToUtf16(lpClass, className))
         return ERROR_INVALID_PARAMETER;
-
-    WalkOptions options;
-    options.view32 = (samDesired & KEY_WOW64_32KEY) != 0;
-    options.className = lpClass != nullptr && !className.empty() ? &className : nullptr;
-    Hive& hive = Hive::Get(target.handle.hive);
     KeyHandle opened;
     bool created = false;
-
-    // Most creates find the key there already; they need no write transaction.
-    status = hive.Read([&]() -> LONG {
-        KeyRecord base;
-        LONG result = Locate(hive, target, false, base);
-        if (result != ERROR_SUCCESS)
-            return result;
-        KeyRecord key;
-        result = Walk(hive, target.handle.hive, base, parts, options, key, created);
-        return result != ERROR_SUCCESS ? result : HandleFor(target, key, parts.empty(), samDesired, opened);
-    });
-    if (status == ERROR_FILE_NOT_FOUND) {
-        status = hive.Write(true, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
-            KeyRecord base;
-            LONG result = Locate(hive, target, true, base);
-            if (result != ERROR_SUCCESS)
-                return result;
-            KeyRecord key;
-            WalkOptions creating = options;
-            creating.create = true;
-            result = Walk(hive, target.handle.hive, base, parts, creating, key, created);
-            return result != ERROR_SUCCESS ? result : HandleFor(target, key, parts.empty(), samDesired, opened);
-        });
-    }
-    if (status != ERROR_SUCCESS)
-        return status;
-    status = NewHandle(opened, phkResult);
+    status = CreateKey(target, parts, className.empty() ? nullptr : &className, samDesired, opened, created);
+    if (status == ERROR_SUCCESS)
+        status = NewHandle(opened, phkResult);
     if (status == ERROR_SUCCESS && lpdwDisposition != nullptr)
         *lpdwDisposition = created ? REG_CREATED_NEW_KEY : REG_OPENED_EXISTING_KEY;
     return status;
@@ -255,12 +118,18 @@ LSTATUS WINAPI RegCloseKey(HKEY hKey)
 
 LSTATUS WINAPI RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey)
 {
-    return DeleteKey(hKey, lpSubKey, false);
+    Target target;
+    std::vector<Utf16> parts;
+    const LONG status = DeleteArguments(hKey, lpSubKey, target, parts);
+    return status != ERROR_SUCCESS ? status : DeleteKey(target, parts, false);
 }
 
 LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey)
 {
-    return DeleteKey(hKey, pszSubKey, true);
+    Target target;
+    std::vector<Utf16> parts;
+    const LONG status = DeleteArguments(hKey, pszSubKey, target, parts);
+    return status != ERROR_SUCCESS ? status : DeleteKey(target, parts, true);
 }
 
 LSTATUS WINAPI TesselRegSetKeyAccess(HKEY hKey, REGSAM granted)
@@ -271,12 +140,7 @@ LSTATUS WINAPI TesselRegSetKeyAccess(HKEY hKey, REGSAM granted)
         return status;
     if (IsPerformance(target))
         return ERROR_ACCESS_DENIED;
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Write(true, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
-        KeyRecord key;
-        const LONG result = Locate(hive, target, true, key);
-        return result != ERROR_SUCCESS ? result : hive.SetAccess(key.id, granted);
-    });
+    return SetKeyAccess(target, granted);
 }
 
 void WINAPI TesselRegInjectFailure(int sqliteResult, DWORD nth)

@@ -7,7 +7,7 @@
 
 #include "text/Utf16Codec.h"
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 namespace {
 
@@ -75,14 +75,20 @@ char16_t UpperCaseUnit(char16_t unit)
 
 std::string FoldKey(const Utf16& name)
 {
+    std::string key;
+    FoldKey(name, key);
+    return key;
+}
+
+void FoldKey(const Utf16& name, std::string& out)
+{
     const UpperCaseTable& table = Table();
-    std::string key(name.size() * 2, '\0');
+    out.resize(name.size() * 2);
     for (std::size_t i = 0; i < name.size(); ++i) {
         const char16_t upper = table.units[name[i]];
-        key[2 * i] = static_cast<char>(upper >> 8);
-        key[2 * i + 1] = static_cast<char>(upper & 0xFF);
+        out[2 * i] = static_cast<char>(upper >> 8);
+        out[2 * i + 1] = static_cast<char>(upper & 0xFF);
     }
-    return key;
 }
 
 std::string ToStoredBytes(const Utf16& name)
@@ -128,4 +134,4 @@ void CopyToWide(const Utf16& name, wchar_t* buffer)
     buffer[out] = L'\0';
 }
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 using Utf16 = std::u16string;
 
@@ -26,6 +26,8 @@ char16_t UpperCaseUnit(char16_t unit);
 // The sort and match key of a name: its units upper-cased and written big-endian, so that
 // memcmp order is the order of the upper-cased units compared as numbers.
 std::string FoldKey(const Utf16& name);
+// The same into out, whose buffer is kept: a caller that folds name after name allocates once.
+void FoldKey(const Utf16& name, std::string& out);
 
 // The UTF-16LE bytes of a name, as the database stores names, and back.
 std::string ToStoredBytes(const Utf16& name);
@@ -37,4 +39,4 @@ std::size_t WideLength(const Utf16& name);
 // Writes the name and a terminator; the buffer must hold WideLength(name) + 1 units.
 void CopyToWide(const Utf16& name, wchar_t* buffer);
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

@@ -1,22 +1,17 @@
 // The value and enumeration functions of the registry API: query, set, delete, enumerate sub-keys
-// and values, and describe a key. Implementation here must contain only generic UNIX code.
+// and values, and describe a key. Each checks its arguments and makes one call into key access.
+// Implementation here must contain only generic UNIX code.
 
 #include <algorithm>
 #include <cstring>
-#include <vector>
 
 #include "TesselPlatform/Registry.h"
-#include "registry/Hive.h"
-#include "registry/KeyResolver.h"
+#include "registry/Arguments.h"
+#include "registry/KeyAccess.h"
 
-using namespace TesselRegistry;
+using namespace TesselPlatform::Registry;
 
 namespace {
-
-bool IsPerformance(const Target& target)
-{
-    return target.root != nullptr && target.root->kind == RootKind::Performance;
-}
 
 void SetFileTime(PFILETIME time, std::int64_t value)
 {
@@ -47,38 +42,6 @@ LONG CopyData(const ValueRecord& value, LPDWORD type, LPBYTE data, LPDWORD size)
     return ERROR_SUCCESS;
 }
 
-// Resolves target for reading; a predefined key whose path doesn't exist yet reads as empty,
-// which the caller learns from a zero id, and grants all, as the key it will be.
-LONG LocateForRead(Hive& hive, const Target& target, KeyRecord& key)
-{
-    const LONG status = Locate(hive, target, false, key);
-    if (status == ERROR_FILE_NOT_FOUND && target.root != nullptr) {
-        key = KeyRecord{};
-        key.access = KEY_ALL_ACCESS;
-        return ERROR_SUCCESS;
-    }
-    return status;
-}
-
-// Locates the key behind target under the hive's read lock and runs body(hive, key) once the
-// key's grant allows rights. A predefined key whose path doesn't exist yet answers absent.
-template <typename Body>
-LONG ReadKey(const Target& target, REGSAM rights, LONG absent, Body&& body)
-{
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Read([&]() -> LONG {
-        KeyRecord key;
-        const LONG result = LocateForRead(hive, target, key);
-        if (result != ERROR_SUCCESS)
-            return result;
-        if (!HandleAllows(target, key, rights))
-            return ERROR_ACCESS_DENIED;
-        if (key.id == 0)
-            return absent;
-        return body(hive, key);
-    });
-}
-
 } // namespace
 
 LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
@@ -92,7 +55,7 @@ LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserv
         return status;
     if (IsPerformance(target))
         return ERROR_FILE_NOT_FOUND;
-    if ((target.handle.access & KEY_QUERY_VALUE) == 0)
+    if (!HandleOpenedWith(target, KEY_QUERY_VALUE))
         return ERROR_ACCESS_DENIED;
     Utf16 name;
     status = ValueName(lpValueName, name);
@@ -115,22 +78,15 @@ LSTATUS WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DW
     LONG status = TargetOf(hKey, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target) || (target.handle.access & KEY_SET_VALUE) == 0)
+    if (IsPerformance(target) || !HandleOpenedWith(target, KEY_SET_VALUE))
         return ERROR_ACCESS_DENIED;
     Utf16 name;
     status = ValueName(lpValueName, name);
     if (status != ERROR_SUCCESS)
         return status;
     const std::string fold = FoldKey(name);
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Write(true, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
-        KeyRecord key;
-        const LONG result = Locate(hive, target, true, key);
-        if (result != ERROR_SUCCESS)
-            return result;
-        if (!HandleAllows(target, key, KEY_SET_VALUE))
-            return ERROR_ACCESS_DENIED;
-        return hive.SetValue(key.id, name, fold, dwType, lpData, cbData);
+    return WriteKey(target, KEY_SET_VALUE, true, [&](Hive& hive, const KeyRecord& key) -> LONG {
+        return hive.SetValue(key, name, fold, dwType, lpData, cbData);
     });
 }
 
@@ -140,23 +96,15 @@ LSTATUS WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName)
     LONG status = TargetOf(hKey, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target) || (target.handle.access & KEY_SET_VALUE) == 0)
+    if (IsPerformance(target) || !HandleOpenedWith(target, KEY_SET_VALUE))
         return ERROR_ACCESS_DENIED;
     Utf16 name;
     status = ValueName(lpValueName, name);
     if (status != ERROR_SUCCESS)
         return status;
     const std::string fold = FoldKey(name);
-    Hive& hive = Hive::Get(target.handle.hive);
-    return hive.Write(false, ERROR_FILE_NOT_FOUND, [&]() -> LONG {
-        KeyRecord key;
-        const LONG result = Locate(hive, target, false, key);
-        if (result != ERROR_SUCCESS)
-            return result;
-        if (!HandleAllows(target, key, KEY_SET_VALUE))
-            return ERROR_ACCESS_DENIED;
-        return hive.DeleteValue(key.id, fold);
-    });
+    return WriteKey(target, KEY_SET_VALUE, false,
+                    [&](Hive& hive, const KeyRecord& key) -> LONG { return hive.DeleteValue(key, fold); });
 }
 
 LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved,
@@ -171,7 +119,7 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
         return status;
     if (IsPerformance(target))
         return ERROR_NO_MORE_ITEMS;
-    if ((target.handle.access & KEY_ENUMERATE_SUB_KEYS) == 0)
+    if (!HandleOpenedWith(target, KEY_ENUMERATE_SUB_KEYS))
         return ERROR_ACCESS_DENIED;
     return ReadKey(target, KEY_ENUMERATE_SUB_KEYS, ERROR_NO_MORE_ITEMS, [&](Hive& hive, const KeyRecord& key) -> LONG {
         const SubKeyEntry* found = nullptr;
@@ -216,7 +164,7 @@ LSTATUS WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWO
         return status;
     if (IsPerformance(target))
         return ERROR_NO_MORE_ITEMS;
-    if ((target.handle.access & KEY_QUERY_VALUE) == 0)
+    if (!HandleOpenedWith(target, KEY_QUERY_VALUE))
         return ERROR_ACCESS_DENIED;
     return ReadKey(target, KEY_QUERY_VALUE, ERROR_NO_MORE_ITEMS, [&](Hive& hive, const KeyRecord& key) -> LONG {
         std::shared_ptr<const ValueList> list;
@@ -246,7 +194,7 @@ LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, LPDWORD lpcchClass, L
     const LONG status = TargetOf(hKey, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (!IsPerformance(target) && (target.handle.access & KEY_QUERY_VALUE) == 0)
+    if (!IsPerformance(target) && !HandleOpenedWith(target, KEY_QUERY_VALUE))
         return ERROR_ACCESS_DENIED;
 
     Utf16 className;

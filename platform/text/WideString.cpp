@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cwchar>
+#include <cwctype>
 
 #include "TesselPlatform/Text.h"
 
@@ -16,7 +17,8 @@ bool IsEvenUpper(char32_t c, char32_t first, char32_t last)
 }
 
 // The simple lower-case mapping for the scripts that names and keywords are written in. It
-// is fixed, so that a comparison gives the same answer in every locale and every process.
+// is fixed, so that lstrcmpiW gives the same answer in every locale and every process, as the
+// system's comparison does.
 char32_t SimpleLower(char32_t c)
 {
     if (c < 0x80)
@@ -68,19 +70,29 @@ char32_t SimpleLower(char32_t c)
     return c;
 }
 
-int LowerDifference(wchar_t left, wchar_t right)
+char32_t FixedLower(wchar_t c)
 {
-    const char32_t a = SimpleLower(static_cast<char32_t>(left));
-    const char32_t b = SimpleLower(static_cast<char32_t>(right));
-    return a == b ? 0 : (a < b ? -1 : 1);
+    return SimpleLower(static_cast<char32_t>(c));
 }
 
-int CompareIgnoringCase(const wchar_t* left, const wchar_t* right, std::size_t count)
+// The runtime's lower case: towlower under the process's LC_CTYPE, which in the "C" locale folds
+// A to Z alone, as the Windows runtime's does.
+char32_t LocaleLower(wchar_t c)
+{
+    return static_cast<char32_t>(std::towlower(static_cast<std::wint_t>(c)));
+}
+
+// Compares the lower-case forms of both texts, up to count characters or the first terminator.
+template <typename Lower>
+int CompareIgnoringCase(const wchar_t* left, const wchar_t* right, std::size_t count, Lower lower)
 {
     for (std::size_t i = 0; i < count; ++i) {
-        const int difference = LowerDifference(left[i], right[i]);
-        if (difference != 0 || left[i] == L'\0')
-            return difference;
+        const char32_t a = lower(left[i]);
+        const char32_t b = lower(right[i]);
+        if (a != b)
+            return a < b ? -1 : 1;
+        if (left[i] == L'\0')
+            return 0;
     }
     return 0;
 }
@@ -149,7 +161,7 @@ int _wcsicmp(const wchar_t* left, const wchar_t* right)
         errno = EINVAL;
         return _NLSCMPERROR;
     }
-    return CompareIgnoringCase(left, right, SIZE_MAX);
+    return CompareIgnoringCase(left, right, SIZE_MAX, LocaleLower);
 }
 
 int _wcsnicmp(const wchar_t* left, const wchar_t* right, size_t count)
@@ -160,7 +172,7 @@ int _wcsnicmp(const wchar_t* left, const wchar_t* right, size_t count)
         errno = EINVAL;
         return _NLSCMPERROR;
     }
-    return CompareIgnoringCase(left, right, count);
+    return CompareIgnoringCase(left, right, count, LocaleLower);
 }
 
 int WINAPI lstrlenW(LPCWSTR text)
@@ -175,7 +187,7 @@ int WINAPI lstrcmpiW(LPCWSTR left, LPCWSTR right)
 {
     if (left == nullptr || right == nullptr)
         return left == right ? 0 : (left == nullptr ? -1 : 1);
-    return CompareIgnoringCase(left, right, SIZE_MAX);
+    return CompareIgnoringCase(left, right, SIZE_MAX, FixedLower);
 }
 
 LPWSTR WINAPI CharNextW(LPCWSTR current)

@@ -1,5 +1,5 @@
 // The ASCII that tessel-reg itself reads: option names, root names, type names and answers, which
-// fold case without a locale or a Unicode table, and hexadecimal digits in data and .reg files.
+// fold case without a locale or a Unicode table.
 #pragma once
 
 #include <string_view>
@@ -20,19 +20,6 @@ inline bool EqualsIgnoringCase(std::wstring_view left, std::wstring_view right)
             return false;
     }
     return true;
-}
-
-// 0 to 15 for a hexadecimal digit of either case, -1 for anything else.
-template <typename Char>
-int HexDigitValue(Char c)
-{
-    if (c >= '0' && c <= '9')
-        return static_cast<int>(c - '0');
-    if (c >= 'a' && c <= 'f')
-        return static_cast<int>(c - 'a' + 10);
-    if (c >= 'A' && c <= 'F')
-        return static_cast<int>(c - 'A' + 10);
-    return -1;
 }
 
 } // namespace Tessel::Reg

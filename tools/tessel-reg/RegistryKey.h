@@ -56,8 +56,9 @@ private:
 // Deletes the key with everything below it, in the path's view. ERROR_ACCESS_DENIED for a root.
 LSTATUS DeleteKeyTree(const KeyPath& path);
 
-// The English text of a registry status, without a line end. A missing key or value reads as
-// the administrator's tool words it, since that is what users search for.
+// The system's text of a registry status, without a line end. A missing key or value reads as
+// the administrator's tool words it, since that is what users search for, and the two long
+// texts of a damaged hive are cut to their gist.
 std::wstring StatusText(LSTATUS status);
 
 template <typename Visit>

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "AsciiText.h"
+#include "common/DigitValue.h"
 #include "common/Utf16Data.h"
 
 namespace Tessel::Reg {
@@ -83,8 +84,8 @@ std::optional<std::uint64_t> ParseNumber(std::wstring_view text, std::uint64_t m
         return std::nullopt;
     std::uint64_t value = 0;
     for (wchar_t c : text) {
-        const int digit = HexDigitValue(c);
-        if (digit < 0 || static_cast<unsigned>(digit) >= base)
+        const int digit = Detail::DigitValue(c);
+        if (static_cast<unsigned>(digit) >= base)
             return std::nullopt;
         if (value > (max - static_cast<unsigned>(digit)) / base)
             return std::nullopt;
@@ -122,9 +123,9 @@ std::optional<std::vector<BYTE>> ParseHexPairs(std::wstring_view text)
     std::vector<BYTE> bytes;
     bytes.reserve(text.size() / 2);
     for (size_t i = 0; i < text.size(); i += 2) {
-        const int high = HexDigitValue(text[i]);
-        const int low = HexDigitValue(text[i + 1]);
-        if (high < 0 || low < 0)
+        const int high = Detail::DigitValue(text[i]);
+        const int low = Detail::DigitValue(text[i + 1]);
+        if (high >= 16 || low >= 16)
             return std::nullopt;
         bytes.push_back(static_cast<BYTE>(high * 16 + low));
     }

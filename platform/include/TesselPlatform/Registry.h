@@ -101,7 +101,9 @@ TESSEL_PLATFORM_API LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey);
 TESSEL_PLATFORM_API LSTATUS WINAPI TesselRegSetKeyAccess(HKEY hKey, REGSAM granted);
 
 // For tests of failure paths: the nth database operation from now (1 = the next) fails with the
-// given SQLite result code, such as 13 (disk full) or 5 (busy); nth 0 cancels. Not for production.
+// given SQLite result code, such as 13 (disk full) or 5 (busy); nth 0 cancels. A negative code
+// stops the process there instead (SIGSTOP), so that a test can kill it in the middle of a
+// transaction. Not for production.
 TESSEL_PLATFORM_API void WINAPI TesselRegInjectFailure(int sqliteResult, DWORD nth);
 
 TESSEL_EXTERN_C_END

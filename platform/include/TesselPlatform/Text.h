@@ -50,14 +50,16 @@ TESSEL_PLATFORM_API int swprintf_s(wchar_t* buffer, size_t sizeOfBuffer, const w
 // With count _TRUNCATE a source too long is cut to fit and the call gives STRUNCATE.
 TESSEL_PLATFORM_API errno_t wcsncpy_s(wchar_t* dest, size_t destSize, const wchar_t* source, size_t count);
 TESSEL_PLATFORM_API errno_t wcscpy_s(wchar_t* dest, size_t destSize, const wchar_t* source);
-// Compare the simple lower-case forms of the characters, the same in every locale: Latin-1,
-// Latin Extended-A and Additional, Greek, Cyrillic, Armenian and the full-width Latin letters
-// fold; nothing else does. The result's sign orders the lower-case forms as numbers.
+// Compare the characters' lower-case forms by towlower under the process's LC_CTYPE, as the
+// Windows runtime does: in the "C" locale only A to Z fold, in a UTF-8 locale every letter that
+// the locale pairs. The result's sign orders the lower-case forms as numbers.
 TESSEL_PLATFORM_API int _wcsicmp(const wchar_t* left, const wchar_t* right);
 TESSEL_PLATFORM_API int _wcsnicmp(const wchar_t* left, const wchar_t* right, size_t count);
 TESSEL_PLATFORM_API int WINAPI lstrlenW(LPCWSTR text);
-// Case-insensitive comparison giving -1, 0 or 1. Ordinal on the simple lower-case form, not the
-// linguistic order that Windows applies: use it for equality, not for sorting shown to people.
+// Case-insensitive comparison giving -1, 0 or 1, the same in every locale: Latin-1, Latin
+// Extended-A and Additional, Greek, Cyrillic, Armenian and the full-width Latin letters fold by
+// their simple lower-case forms; nothing else does. Ordinal, not the linguistic order that
+// Windows applies: use it for equality, not for sorting shown to people.
 TESSEL_PLATFORM_API int WINAPI lstrcmpiW(LPCWSTR left, LPCWSTR right);
 // The character after current; at the terminator, current itself.
 TESSEL_PLATFORM_API LPWSTR WINAPI CharNextW(LPCWSTR current);

@@ -17,6 +17,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "platform/registry/RegistryProcessSupport.h"
 #include "platform/registry/RegistryTestSupport.h"
 
 using namespace RegistryTest;
@@ -26,51 +27,6 @@ namespace {
 constexpr int kSqliteBusy = 5;
 constexpr int kSqliteFull = 13;
 
-// Reads exactly one int from fd; false at end of file.
-bool ReadInt(int fd, int& value)
-{
-    std::size_t got = 0;
-    char* bytes = reinterpret_cast<char*>(&value);
-    while (got < sizeof(value)) {
-        const ssize_t n = read(fd, bytes + got, sizeof(value) - got);
-        if (n <= 0)
-            return false;
-        got += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
-void WriteInt(int fd, int value)
-{
-    if (write(fd, &value, sizeof(value)) != static_cast<ssize_t>(sizeof(value)))
-        _exit(90);
-}
-
-// Kills a child that a failed assertion left running, so that no test hangs on it.
-class ChildGuard {
-public:
-    explicit ChildGuard(pid_t child) : m_child(child) {}
-    ~ChildGuard()
-    {
-        if (m_child > 0 && waitpid(m_child, nullptr, WNOHANG) == 0) {
-            kill(m_child, SIGKILL);
-            waitpid(m_child, nullptr, 0);
-        }
-    }
-    ChildGuard(const ChildGuard&) = delete;
-    ChildGuard& operator=(const ChildGuard&) = delete;
-
-private:
-    pid_t m_child;
-};
-
-int WaitForChild(pid_t child)
-{
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
-}
-
 // The bytes a killed writer stores as value number i: long enough to span database pages.
 std::vector<BYTE> Pattern(int i)
 {
@@ -78,11 +34,6 @@ std::vector<BYTE> Pattern(int i)
     for (std::size_t j = 0; j < data.size(); ++j)
         data[j] = static_cast<BYTE>((i * 31 + j) & 0xFF);
     return data;
-}
-
-std::string HivePath(const char* file)
-{
-    return std::string(std::getenv("TESSEL_REGISTRY_DIR")) + "/" + file;
 }
 
 TEST(RegistryProcesses, TwoProcessesSeeEachOthersCommitsAtTheirNextCall)
@@ -242,6 +193,58 @@ TEST(RegistryProcesses, AKilledWriterLosesNothingItReportedCommitted)
         ASSERT_EQ(Pattern(i), QueryBytes(key.Get(), name.c_str(), status)) << "value " << i << " of " << last;
     }
     EXPECT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"after", 1)) << "the hive takes writes again";
+}
+
+// Checks that a fork while other threads use the store leaves a working store on both sides: the
+// handle table and the hives are taken and released around the fork, never copied halfway
+// through a change, and the child never uses its parent's database connection.
+TEST(RegistryProcesses, AForkWhileOtherThreadsUseTheStoreLeavesBothSidesWorking)
+{
+    ScopedKey key;
+    ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, kTestRoot, key));
+    std::atomic<bool> stop{false};
+    std::atomic<int> failures{0};
+    std::vector<std::thread> busy;
+    for (int t = 0; t < 2; ++t) {
+        busy.emplace_back([&, t] {
+            const std::wstring name = L"busy" + std::to_wstring(t);
+            for (DWORD i = 0; !stop; ++i) {
+                ScopedKey sub;
+                LONG status;
+                if (CreateKey(key.Get(), name.c_str(), sub) != ERROR_SUCCESS || SetDword(sub.Get(), L"i", i) != ERROR_SUCCESS ||
+                    QueryDword(sub.Get(), L"i", status) != i)
+                    ++failures;
+            }
+        });
+    }
+    const int forks = 10;
+    for (int f = 0; f < forks; ++f) {
+        const pid_t child = fork();
+        if (child == 0) {
+            // One thread here, as after any fork: the inherited handle and a new one both work.
+            LONG status;
+            ScopedKey own;
+            const std::wstring name = L"child" + std::to_wstring(f);
+            _exit(CreateKey(key.Get(), name.c_str(), own) == ERROR_SUCCESS &&
+                          SetDword(own.Get(), L"f", static_cast<DWORD>(f)) == ERROR_SUCCESS &&
+                          QueryDword(own.Get(), L"f", status) == static_cast<DWORD>(f)
+                      ? 0
+                      : 1);
+        }
+        EXPECT_EQ(0, child > 0 ? WaitForChild(child) : -1) << "fork " << f;
+    }
+    stop = true;
+    for (std::thread& thread : busy)
+        thread.join();
+    EXPECT_EQ(0, failures.load());
+    for (int f = 0; f < forks; ++f) {
+        SCOPED_TRACE(f);
+        ScopedKey written;
+        const std::wstring name = L"child" + std::to_wstring(f);
+        ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(key.Get(), name.c_str(), 0, KEY_READ, written.Put()));
+        LONG status;
+        EXPECT_EQ(static_cast<DWORD>(f), QueryDword(written.Get(), L"f", status));
+    }
 }
 
 TEST(RegistryThreads, ManyThreadsShareOneHandle)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <clocale>
 #include <string>
 
 #include "TesselWin32.h"
@@ -78,14 +79,15 @@ TEST(WideString, CaseInsensitiveComparisons)
         {L"abc", L"ab", 1},
         {L"", L"", 0},
     };
+    const auto sign = [](int value) { return (value > 0) - (value < 0); };
     for (const Row& row : rows) {
         SCOPED_TRACE(testing::Message() << row.left << " vs " << row.right);
-        const auto sign = [](int value) { return (value > 0) - (value < 0); };
-        EXPECT_EQ(row.sign, sign(_wcsicmp(row.left, row.right)));
         EXPECT_EQ(row.sign, sign(lstrcmpiW(row.left, row.right)));
-        EXPECT_EQ(-row.sign, sign(_wcsicmp(row.right, row.left)));
+        EXPECT_EQ(-row.sign, sign(lstrcmpiW(row.right, row.left)));
     }
 
+    EXPECT_EQ(0, _wcsicmp(L"Software_A", L"sOFTWARE_a"));
+    EXPECT_EQ(-1, sign(_wcsicmp(L"A_", L"AB")));
     EXPECT_EQ(0, _wcsnicmp(L"HKEY_Local", L"hkey_lOCAL_machine", 10));
     EXPECT_NE(0, _wcsnicmp(L"HKEY_Local", L"hkey_lOCAL_machine", 11));
     EXPECT_EQ(0, _wcsnicmp(nullptr, L"a", 0));
@@ -95,3 +97,19 @@ TEST(WideString, CaseInsensitiveComparisons)
 }
 
 } // namespace
+
+// Checks that the runtime's comparison folds what the process's locale folds, as the Windows
+// runtime's does: A to Z alone in the "C" locale, every paired letter in a UTF-8 locale.
+TEST(WideString, RuntimeComparisonFollowsTheLocale)
+{
+    ASSERT_STREQ("C", std::setlocale(LC_CTYPE, nullptr));
+    EXPECT_NE(0, _wcsicmp(L"\u00C4rger", L"\u00E4rger"));
+    EXPECT_NE(0, _wcsnicmp(L"\u0391\u0392", L"\u03B1\u03B2", 2));
+    EXPECT_EQ(0, lstrcmpiW(L"\u00C4rger", L"\u00E4rger")) << "the system's comparison ignores the locale";
+
+    if (std::setlocale(LC_CTYPE, "C.UTF-8") == nullptr)
+        GTEST_SKIP() << "no C.UTF-8 locale on this machine";
+    EXPECT_EQ(0, _wcsicmp(L"\u00C4rger", L"\u00E4rger"));
+    EXPECT_EQ(0, _wcsnicmp(L"\u0391\u0392x", L"\u03B1\u03B2y", 2));
+    std::setlocale(LC_CTYPE, "C");
+}

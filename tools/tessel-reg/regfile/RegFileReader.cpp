@@ -2,6 +2,7 @@
 // a RegFileError with the physical line it was found on.
 
 #include "AsciiText.h"
+#include "common/DigitValue.h"
 #include "Messages.h"
 #include "RegFile.h"
 #include "RegFileText.h"
@@ -221,8 +222,8 @@ private:
             Fail(Messages::RegFileBadDword());
         DWORD number = 0;
         for (const char16_t c : digits) {
-            const int digit = HexDigitValue(c);
-            if (digit < 0)
+            const int digit = Detail::DigitValue(c);
+            if (digit >= 16)
                 Fail(Messages::RegFileBadDword());
             number = (number << 4) | static_cast<DWORD>(digit);
         }
@@ -243,8 +244,8 @@ private:
                 Fail(Messages::RegFileBadHexType(Shown(form)));
             DWORD type = 0;
             for (const char16_t c : form.substr(4, form.size() - 5)) {
-                const int digit = HexDigitValue(c);
-                if (digit < 0)
+                const int digit = Detail::DigitValue(c);
+                if (digit >= 16)
                     Fail(Messages::RegFileBadHexType(Shown(form)));
                 type = (type << 4) | static_cast<DWORD>(digit);
             }
@@ -288,11 +289,11 @@ private:
             while (length < rest.size() && rest[length] != u',' && !IsBlank(rest[length]))
                 ++length;
             const std::u16string_view item = rest.substr(0, length);
-            if (item.empty() || item.size() > 2 || HexDigitValue(item[0]) < 0 ||
-                (item.size() == 2 && HexDigitValue(item[1]) < 0))
+            const int high = item.size() == 2 ? Detail::DigitValue(item[0]) : 0;
+            const int low = item.empty() ? Detail::kNoDigit : Detail::DigitValue(item.back());
+            if (item.size() > 2 || high >= 16 || low >= 16)
                 Fail(Messages::RegFileBadHexByte(Shown(item)));
-            data.push_back(static_cast<BYTE>(item.size() == 2 ? HexDigitValue(item[0]) * 16 + HexDigitValue(item[1])
-                                                              : HexDigitValue(item[0])));
+            data.push_back(static_cast<BYTE>(high * 16 + low));
             rest = TrimBlanks(rest.substr(length));
             afterComma = !rest.empty() && rest.front() == u',';
             if (afterComma)

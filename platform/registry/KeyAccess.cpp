@@ -1,11 +1,9 @@
-// Predefined keys, paths, rights and the walk down a key path. Implementation here must contain
-// only generic UNIX code.
+// Predefined keys, rights, and the walk down a key path. Implementation here must contain only
+// generic UNIX code.
 
-#include "registry/KeyResolver.h"
+#include "registry/KeyAccess.h"
 
-#include <cstring>
-
-namespace TesselRegistry {
+namespace TesselPlatform::Registry {
 
 namespace {
 
@@ -78,53 +76,14 @@ LONG TargetOf(HKEY key, Target& out)
     return ERROR_SUCCESS;
 }
 
-LONG SplitPath(const wchar_t* path, std::vector<Utf16>& parts)
+bool IsPerformance(const Target& target)
 {
-    parts.clear();
-    if (path == nullptr)
-        return ERROR_SUCCESS;
-    std::size_t length = std::wcslen(path);
-    while (length > 0 && path[length - 1] == L'\\')
-        --length;
-    if (length == 0)
-        return path[0] == L'\\' ? ERROR_BAD_PATHNAME : ERROR_SUCCESS;
-    if (path[0] == L'\\')
-        return ERROR_BAD_PATHNAME;
-    std::size_t start = 0;
-    while (start <= length) {
-        std::size_t end = start;
-        while (end < length && path[end] != L'\\')
-            ++end;
-        if (end == start)
-            return ERROR_BAD_PATHNAME;
-        if (end - start > MaxKeyNameUnits * 2)
-            return ERROR_INVALID_PARAMETER;
-        Utf16 part;
-        if (!ToUtf16(path + start, end - start, part) || part.size() > MaxKeyNameUnits)
-            return ERROR_INVALID_PARAMETER;
-        parts.push_back(std::move(part));
-        if (parts.size() > static_cast<std::size_t>(MaxKeyDepth))
-            return ERROR_INVALID_PARAMETER;
-        start = end + 1;
-    }
-    return ERROR_SUCCESS;
+    return target.root != nullptr && target.root->kind == RootKind::Performance;
 }
 
-LONG ValueName(const wchar_t* name, Utf16& out)
+bool HandleOpenedWith(const Target& target, REGSAM rights)
 {
-    out.clear();
-    if (name == nullptr)
-        return ERROR_SUCCESS;
-    if (std::wcslen(name) > MaxValueNameUnits)
-        return ERROR_INVALID_PARAMETER;
-    if (!ToUtf16(name, out) || out.size() > MaxValueNameUnits)
-        return ERROR_INVALID_PARAMETER;
-    return ERROR_SUCCESS;
-}
-
-bool ConflictingViews(REGSAM sam)
-{
-    return (sam & KEY_WOW64_RES) == KEY_WOW64_RES;
+    return (target.handle.access & rights) == rights;
 }
 
 REGSAM RequestedRights(REGSAM sam, REGSAM granted)
@@ -150,7 +109,7 @@ bool HandleAllows(const Target& target, const KeyRecord& key, REGSAM rights)
     return ((predefined ? key.access : target.handle.access) & rights) == rights;
 }
 
-LONG Locate(Hive& hive, const Target& target, bool create, KeyRecord& out)
+LONG Locate(Hive& hive, const Target& target, Unmade unmade, KeyRecord& out)
 {
     if (target.root == nullptr)
         return hive.Key(target.handle.key, out);
@@ -162,8 +121,14 @@ LONG Locate(Hive& hive, const Target& target, bool create, KeyRecord& out)
     }
     bool created = false;
     WalkOptions options;
-    options.create = create;
-    return Walk(hive, target.root->hive, root, target.root->prefix, options, out, created);
+    options.create = unmade == Unmade::IsMade;
+    status = Walk(hive, target.root->hive, root, target.root->prefix, options, out, created);
+    if (status == ERROR_FILE_NOT_FOUND && unmade == Unmade::ReadsEmpty) {
+        out = KeyRecord{};
+        out.access = KEY_ALL_ACCESS;
+        return ERROR_SUCCESS;
+    }
+    return status;
 }
 
 LONG Walk(Hive& hive, HiveId id, const KeyRecord& start, const std::vector<Utf16>& parts, const WalkOptions& options,
@@ -177,8 +142,9 @@ LONG Walk(Hive& hive, HiveId id, const KeyRecord& start, const std::vector<Utf16
     static const std::string redirectFold = FoldKey(redirectName);
 
     KeyRecord current = start;
+    thread_local std::string fold; // its buffer kept from name to name and call to call
     for (std::size_t i = 0; i < parts.size(); ++i) {
-        const std::string fold = FoldKey(parts[i]);
+        FoldKey(parts[i], fold);
         const bool last = i + 1 == parts.size();
 
         // Steps into name below current, making it if allowed.
@@ -216,4 +182,4 @@ LONG Walk(Hive& hive, HiveId id, const KeyRecord& start, const std::vector<Utf16
     return ERROR_SUCCESS;
 }
 
-} // namespace TesselRegistry
+} // namespace TesselPlatform::Registry

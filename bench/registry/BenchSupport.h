@@ -1,0 +1,28 @@
+// Helpers that the registry benchmarks share: calls that must work, and keys made for a run.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "TesselWin32.h"
+
+namespace TesselBench {
+
+// Ends the run when a call that sets up a benchmark fails.
+inline void Check(LONG status, const char* what)
+{
+    if (status != ERROR_SUCCESS) {
+        std::fprintf(stderr, "bench_registry: %s failed with %d\n", what, static_cast<int>(status));
+        std::exit(1);
+    }
+}
+
+inline HKEY CreateKey(HKEY parent, const std::wstring& path)
+{
+    HKEY key = nullptr;
+    Check(RegCreateKeyExW(parent, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), "create");
+    return key;
+}
+
+} // namespace TesselBench
