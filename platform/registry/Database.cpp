@@ -209,6 +209,44 @@ LONG Database::Open(const std::string& path, OpenFor purpose, std::unique_ptr<Da
     return ERROR_SUCCESS;
 }
 
+LONG Database::OpenAtRest(const std::string& path, std::unique_ptr<Database>& out)
+{
+    out.reset();
+    // immutable: SQLite neither locks the file nor looks for a WAL, which a directory that
+    // refuses us can't hold anyway. The URI needs its path's special characters escaped.
+    std::string uri = "file:";
+    for (const char c : path) {
+        if (c == '?' || c == '#' || c == '%') {
+            static const char kHex[] = "0123456789ABCDEF";
+            uri += '%';
+            uri += kHex[(static_cast<unsigned char>(c) >> 4) & 0xF];
+            uri += kHex[static_cast<unsigned char>(c) & 0xF];
+        } else {
+            uri += c;
+        }
+    }
+    uri += "?immutable=1";
+    sqlite3* connection = nullptr;
+    int result = sqlite3_open_v2(uri.c_str(), &connection, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI,
+                                 nullptr);
+    std::unique_ptr<Database> database(new Database(connection));
+    if (result == SQLITE_OK)
+        sqlite3_extended_result_codes(connection, 0);
+    int version = 0;
+    if (result == SQLITE_OK)
+        result = ReadSchemaVersion(connection, version);
+    if (result == SQLITE_OK && version == 0)
+        return ERROR_FILE_NOT_FOUND;
+    if (result == SQLITE_OK && version != 1 && version != SchemaVersion)
+        result = SQLITE_NOTADB;
+    if (result != SQLITE_OK)
+        return StatusFromSqlite(result, false);
+    database->m_changeRecord = version == SchemaVersion;
+    database->m_atRest = true;
+    out = std::move(database);
+    return ERROR_SUCCESS;
+}
+
 Database::~Database()
 {
     for (sqlite3_stmt* statement : m_statements)

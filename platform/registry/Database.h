@@ -39,6 +39,10 @@ public:
     // otherwise ERROR_FILE_NOT_FOUND says there is no hive yet: no file, or a file whose schema
     // another process has not committed yet.
     static LONG Open(const std::string& path, OpenFor purpose, std::unique_ptr<Database>& out);
+    // Opens a hive file that has no WAL beside it, and can't have one made, for reading as it
+    // is: without locks or shared memory, so nothing tells this connection of a later commit.
+    // Its user must check the file before each call that it is still at rest (HiveFiles.h).
+    static LONG OpenAtRest(const std::string& path, std::unique_ptr<Database>& out);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -60,6 +64,8 @@ public:
     // Whether the hive keeps a change record. A hive of schema version 1 has none until a process
     // that may write it migrates it; a reader of such a hive can't tell what changed.
     bool HasChangeRecord() const { return m_changeRecord; }
+    // Opened by OpenAtRest.
+    bool AtRest() const { return m_atRest; }
 
     // The newest change in the record.
     LONG LastChange(std::int64_t& seq);
@@ -162,6 +168,7 @@ private:
     const volatile std::uint64_t* m_header = nullptr; // the WAL index, shared with other processes
     bool m_writing = false; // inside Begin and Commit or Rollback: failures are write failures
     bool m_changeRecord = false;
+    bool m_atRest = false;
 };
 
 // Test seam: the nth database step or statement from now (1 = the next) fails with result.

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <new>
 #include <pthread.h>
+#include <system_error>
+#include <thread>
 
 #include "registry/HiveFiles.h"
 
@@ -74,6 +76,8 @@ void Hive::ResetAllInChild()
     for (int i = 0; i < HiveCount; ++i) {
         All()[i]->m_queue.clear();
         All()[i]->m_committing = false;
+        // The parent's checkpointing thread, if any, isn't in the child.
+        All()[i]->m_checkpointRunning = false;
     }
     UnlockAllAfterFork();
 }
@@ -117,6 +121,10 @@ LONG Hive::Open(Database::OpenFor purpose)
     // A file that another process is still giving its schema is no hive yet either.
     if (status == ERROR_FILE_NOT_FOUND)
         return ERROR_SUCCESS;
+    // A hive restored as its file alone into a directory that this user may not write.
+    if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND && purpose == Database::OpenFor::Reading &&
+        AtRestInClosedDirectory(m_path, m_atRestStamp))
+        return OpenAtRest();
     if (status == ERROR_CANTOPEN)
         return WhyHiveWontOpen(m_path);
     // The cache starts empty, so it knows of every change up to the last.
@@ -125,6 +133,21 @@ LONG Hive::Open(Database::OpenFor purpose)
     if (status != ERROR_SUCCESS)
         m_database.reset();
     return status;
+}
+
+LONG Hive::OpenAtRest()
+{
+    const LONG status = Database::OpenAtRest(m_path, m_database);
+    if (status == ERROR_FILE_NOT_FOUND)
+        return ERROR_SUCCESS;
+    if (status == ERROR_SUCCESS && m_database->HasChangeRecord())
+        return m_database->LastChange(m_seq);
+    return status;
+}
+
+bool Hive::ReadAtRestWasDisturbed() const
+{
+    return m_database && m_database->AtRest() && !StillAtRest(m_path, m_atRestStamp);
 }
 
 LONG Hive::Commit(PendingWrite& write)
@@ -170,16 +193,26 @@ void Hive::CommitQueued(std::unique_lock<std::mutex>& lock)
         m_queue.front()->lead = true;
         m_queue.front()->wake.notify_one();
     }
-    // The checkpoint that the WAL needs now holds up no one else.
-    if (checkpointDue) {
-        lock.unlock();
-        CheckpointAside();
-        lock.lock();
+    // The checkpoint that the WAL needs now holds up no call: its fsyncs take tens of
+    // milliseconds on a busy disk, which the call that happened to commit would wait out.
+    if (checkpointDue && !m_checkpointRunning.exchange(true)) {
+        try {
+            std::thread([this] {
+                CheckpointAside();
+                m_checkpointRunning = false;
+            }).detach();
+        } catch (const std::system_error&) {
+            lock.unlock();
+            CheckpointAside();
+            m_checkpointRunning = false;
+            lock.lock();
+        }
     }
 }
 
 void Hive::CheckpointAside()
 {
+    // The fork handlers take this lock too, so a fork waits for a checkpoint to end.
     std::unique_lock<std::mutex> lock(m_checkpointLock, std::try_to_lock);
     if (!lock.owns_lock())
         return;
@@ -243,6 +276,9 @@ LONG Hive::RunBody(PendingWrite& write)
 LONG Hive::BeginRead()
 {
     m_cacheUsable = false;
+    // A writer has come to a hive read at rest: from now on it is read as every hive is.
+    if (ReadAtRestWasDisturbed())
+        m_database.reset();
     const LONG status = Open(Database::OpenFor::Reading);
     if (status != ERROR_SUCCESS || !m_database)
         return status;
@@ -256,6 +292,11 @@ void Hive::Sync()
     // The stamp is taken before the record is read: a commit that lands in between is in the
     // record already, or moves the stamp again for the next call. Nothing the cache is filled
     // with afterwards can be older than what the record said.
+    // Unchanged since it was opened, as BeginRead has checked: what the cache holds is current.
+    if (m_database->AtRest()) {
+        m_cacheUsable = true;
+        return;
+    }
     ChangeStamp now;
     const bool stamped = m_database->ReadStamp(now);
     if (m_cache.Full()) {
@@ -297,6 +338,9 @@ void Hive::Sync()
 LONG Hive::BeginWrite(bool create)
 {
     m_cacheUsable = false;
+    // A connection that reads at rest can't write; one that may, if any, is opened instead.
+    if (m_database && m_database->AtRest())
+        m_database.reset();
     LONG status = Open(create ? Database::OpenFor::Creating : Database::OpenFor::Writing);
     if (status != ERROR_SUCCESS || !m_database)
         return status;

@@ -6,6 +6,7 @@
 // transaction. The key-level operations run only inside Read or Write, which hold the lock.
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -16,6 +17,7 @@
 
 #include "registry/Database.h"
 #include "registry/HiveCache.h"
+#include "registry/HiveFiles.h"
 #include "registry/Records.h"
 #include "registry/WriterLock.h"
 
@@ -31,8 +33,16 @@ public:
     LONG Read(Body&& body)
     {
         std::lock_guard<std::mutex> guard(m_lock);
-        const LONG status = BeginRead();
-        return status != ERROR_SUCCESS ? status : body();
+        for (int attempt = 1;; ++attempt) {
+            LONG status = BeginRead();
+            if (status != ERROR_SUCCESS)
+                return status;
+            status = body();
+            // A hive read at rest, without locks, that a writer came to meanwhile: read again,
+            // through the WAL that the writer made.
+            if (attempt == kReadAttempts || !ReadAtRestWasDisturbed())
+                return status;
+        }
     }
 
     // Runs body() as one atomic change: committed if it returns ERROR_SUCCESS, undone otherwise,
@@ -107,9 +117,15 @@ private:
     void CommitBatch(const std::vector<PendingWrite*>& batch);
     LONG RunBody(PendingWrite& write);
     // Copies the WAL into the database file on the checkpoint connection, unless another thread
-    // of the process is doing so already. Called without the hive's lock.
+    // of the process is doing so already. Called without the hive's lock, in a thread of its own.
     void CheckpointAside();
+    static constexpr int kReadAttempts = 3;
+
     LONG BeginRead();
+    // Opens the hive as it is, when it is at rest where this user can't make the WAL files.
+    LONG OpenAtRest();
+    // Whether this call read the hive at rest while a writer changed it.
+    bool ReadAtRestWasDisturbed() const;
     LONG BeginWrite(bool create);
     LONG EndWrite(LONG status);
     LONG Open(Database::OpenFor purpose);
@@ -127,6 +143,7 @@ private:
     std::mutex m_lock;
     std::string m_path; // fixed at first use in the process
     std::unique_ptr<Database> m_database;
+    FileStamp m_atRestStamp; // the file as it was when m_database opened it at rest
     HiveCache m_cache;
     std::int64_t m_seq = 0;       // the last change in the record that the cache knows of
     ChangeStamp m_stamp;          // the database when the cache was last brought up to m_seq
@@ -142,6 +159,7 @@ private:
     // process's other calls; its lock is taken without the hive's.
     std::mutex m_checkpointLock;
     std::unique_ptr<Database> m_checkpointer;
+    std::atomic<bool> m_checkpointRunning{false}; // a thread of its own is checkpointing
     ValueRecord m_scratchValue; // a value read past the cache
     SubKeyEntry m_scratchSubKey; // a sub-key read past the cache
     std::shared_ptr<const SubKeyList> m_enumerated; // keeps the list that SubKeyAt pointed into

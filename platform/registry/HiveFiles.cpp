@@ -98,4 +98,50 @@ LONG WhyHiveWontOpen(const std::string& path)
     return ERROR_CANTOPEN;
 }
 
+bool FileStamp::operator==(const FileStamp& other) const
+{
+    for (int i = 0; i < 7; ++i) {
+        if (words[i] != other.words[i])
+            return false;
+    }
+    return true;
+}
+
+namespace {
+
+bool StampOf(const std::string& path, FileStamp& stamp)
+{
+    struct stat info{};
+    if (stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode))
+        return false;
+    stamp.words[0] = static_cast<std::uint64_t>(info.st_dev);
+    stamp.words[1] = static_cast<std::uint64_t>(info.st_ino);
+    stamp.words[2] = static_cast<std::uint64_t>(info.st_size);
+    stamp.words[3] = static_cast<std::uint64_t>(info.st_mtim.tv_sec);
+    stamp.words[4] = static_cast<std::uint64_t>(info.st_mtim.tv_nsec);
+    stamp.words[5] = static_cast<std::uint64_t>(info.st_ctim.tv_sec);
+    stamp.words[6] = static_cast<std::uint64_t>(info.st_ctim.tv_nsec);
+    return true;
+}
+
+bool HasNoWal(const std::string& path)
+{
+    struct stat info{};
+    return stat((path + "-wal").c_str(), &info) != 0 && errno == ENOENT;
+}
+
+} // namespace
+
+bool AtRestInClosedDirectory(const std::string& path, FileStamp& stamp)
+{
+    return HasNoWal(path) && access(DirectoryOf(path).c_str(), W_OK) != 0 && access(path.c_str(), R_OK) == 0 &&
+           StampOf(path, stamp);
+}
+
+bool StillAtRest(const std::string& path, const FileStamp& stamp)
+{
+    FileStamp now;
+    return HasNoWal(path) && StampOf(path, now) && now == stamp;
+}
+
 } // namespace TesselPlatform::Registry

@@ -2,6 +2,7 @@
 // defaults, each hive's file name, and the making of the directory by a hive's first write.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "registry/Records.h"
@@ -27,5 +28,20 @@ LONG FindHiveFile(const std::string& path);
 // ERROR_CANTOPEN for anything else, such as a directory where the file should be. An existing
 // hive that can't be opened must never look empty.
 LONG WhyHiveWontOpen(const std::string& path);
+
+// What a hive file at rest looks like to stat: any write to it, or its replacement, changes it.
+struct FileStamp {
+    std::uint64_t words[7] = {};
+    bool operator==(const FileStamp& other) const;
+};
+
+// Whether the hive file at path is at rest where this user can't make the files beside it: it
+// is readable, there is no "-wal" beside it, and its directory refuses this user's writes. stamp
+// gets the file as it is now.
+bool AtRestInClosedDirectory(const std::string& path, FileStamp& stamp);
+
+// Whether the hive file is still as stamp saw it, with no "-wal" beside it: no writer has come
+// since. A writer makes the "-wal" before it changes anything, and keeps it.
+bool StillAtRest(const std::string& path, const FileStamp& stamp);
 
 } // namespace TesselPlatform::Registry

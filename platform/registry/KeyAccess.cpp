@@ -47,6 +47,17 @@ bool IsShared(const std::string& fold)
     return false;
 }
 
+// Whether key is HKLM\Software, the one key whose children the 32-bit view redirects.
+bool IsMachineSoftware(Hive& hive, HiveId id, const KeyRecord& key, const std::string& softwareFold)
+{
+    if (id != HiveId::Machine || key.depth != 1)
+        return false;
+    KeyRecord root;
+    KeyRecord software;
+    return hive.Key(RootKeyId, root) == ERROR_SUCCESS && hive.Child(root, softwareFold, software) == ERROR_SUCCESS &&
+           software.id == key.id;
+}
+
 } // namespace
 
 LONG TargetOf(HKEY key, Target& out)
@@ -164,17 +175,18 @@ LONG Walk(Hive& hive, HiveId id, const KeyRecord& start, const std::vector<Utf16
             return status;
         };
 
-        if (options.view32 && id == HiveId::Machine && current.depth == 1 && !IsShared(fold)) {
-            KeyRecord root;
-            KeyRecord software;
-            if (hive.Key(RootKeyId, root) == ERROR_SUCCESS && hive.Child(root, softwareFold, software) == ERROR_SUCCESS &&
-                software.id == current.id) {
-                const LONG status = step(redirectName, redirectFold, false);
-                if (status != ERROR_SUCCESS)
-                    return status;
-            }
+        // The 32-bit view of HKLM\Software is its WOW6432Node, except for the keys both views share.
+        if (options.view32 && !IsShared(fold) && IsMachineSoftware(hive, id, current, softwareFold)) {
+            const LONG status = step(redirectName, redirectFold, false);
+            if (status != ERROR_SUCCESS)
+                return status;
         }
-        const LONG status = step(parts[i], fold, last);
+        // A path that ends at Software itself ends, in the 32-bit view, at the node below it.
+        const bool redirectAfter =
+            last && options.view32 && id == HiveId::Machine && current.depth == 0 && fold == softwareFold;
+        LONG status = step(parts[i], fold, last && !redirectAfter);
+        if (status == ERROR_SUCCESS && redirectAfter)
+            status = step(redirectName, redirectFold, true);
         if (status != ERROR_SUCCESS)
             return status;
     }

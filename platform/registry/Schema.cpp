@@ -134,3 +134,8 @@ int MigrateSchema(sqlite3* connection)
 }
 
 } // namespace TesselPlatform::Registry
+
+DWORD WINAPI TesselRegSchemaVersion(void)
+{
+    return static_cast<DWORD>(TesselPlatform::Registry::SchemaVersion);
+}

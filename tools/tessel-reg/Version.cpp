@@ -3,6 +3,12 @@
 #include "Commands.h"
 #include "Tessel/Version.h"
 
+#include <string>
+
+#ifndef _WIN32
+#include "TesselWin32.h"
+#endif
+
 namespace Tessel::Reg {
 
 std::wstring VersionText()
@@ -12,8 +18,10 @@ std::wstring VersionText()
     for (const char* c = GetLibraryVersion(); *c != '\0'; ++c)
         text += static_cast<wchar_t>(*c);
     text += L"\n";
-    // The registry store's schema version belongs here, on a line of its own, once the store
-    // reports it.
+#ifndef _WIN32
+    // The hive files' format, which a copied hive must match; Windows keeps its own registry.
+    text += L"registry schema " + std::to_wstring(TesselRegSchemaVersion()) + L"\n";
+#endif
     return text;
 }
 

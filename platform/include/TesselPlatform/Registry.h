@@ -106,4 +106,8 @@ TESSEL_PLATFORM_API LSTATUS WINAPI TesselRegSetKeyAccess(HKEY hKey, REGSAM grant
 // transaction. Not for production.
 TESSEL_PLATFORM_API void WINAPI TesselRegInjectFailure(int sqliteResult, DWORD nth);
 
+// The version of the hive files' tables that this store writes (docs/hive-format.md), for tools
+// that report what they run on.
+TESSEL_PLATFORM_API DWORD WINAPI TesselRegSchemaVersion(void);
+
 TESSEL_EXTERN_C_END
