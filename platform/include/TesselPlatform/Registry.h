@@ -69,6 +69,15 @@ typedef ACCESS_MASK REGSAM;
 #define REG_CREATED_NEW_KEY 0x00000001L
 #define REG_OPENED_EXISTING_KEY 0x00000002L
 
+// RegSaveKeyExW formats and RegRestoreKeyW flags.
+#define REG_STANDARD_FORMAT 1
+#define REG_LATEST_FORMAT 2
+#define REG_NO_COMPRESSION 4
+#define REG_WHOLE_HIVE_VOLATILE 0x00000001L
+#define REG_REFRESH_HIVE 0x00000002L
+#define REG_NO_LAZY_FLUSH 0x00000004L
+#define REG_FORCE_RESTORE 0x00000008L
+
 TESSEL_EXTERN_C_BEGIN
 
 TESSEL_PLATFORM_API LSTATUS WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired,
@@ -95,6 +104,18 @@ TESSEL_PLATFORM_API LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, L
                                                     LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen,
                                                     LPDWORD lpcbSecurityDescriptor, PFILETIME lpftLastWriteTime);
 TESSEL_PLATFORM_API LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey);
+
+// A key and everything below it to a new file and back (docs/saved-key-format.md). The file's
+// format is this system's own. The security attributes are not used: the file gets the
+// process's default mode. REG_FORCE_RESTORE is accepted and changes nothing: a restore always
+// goes ahead, and handles to the sub-keys it replaces answer ERROR_KEY_DELETED afterwards, as
+// after a delete; REG_WHOLE_HIVE_VOLATILE, REG_REFRESH_HIVE and REG_NO_LAZY_FLUSH answer
+// ERROR_NOT_SUPPORTED. The key restored over keeps its name, class and grant.
+TESSEL_PLATFORM_API LSTATUS WINAPI RegSaveKeyW(HKEY hKey, LPCWSTR lpFile,
+                                               const LPSECURITY_ATTRIBUTES lpSecurityAttributes);
+TESSEL_PLATFORM_API LSTATUS WINAPI RegSaveKeyExW(HKEY hKey, LPCWSTR lpFile,
+                                                 const LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD Flags);
+TESSEL_PLATFORM_API LSTATUS WINAPI RegRestoreKeyW(HKEY hKey, LPCWSTR lpFile, DWORD dwFlags);
 
 // Sets the access mask granted on the key behind an open handle. It stands in for the key's
 // security descriptor: opens that ask for more fail with ERROR_ACCESS_DENIED afterwards.
