@@ -1,5 +1,5 @@
-// .reg export and import of 100,000 values across 10,000 keys, each beside the raw registry
-// calls that the same work needs, measured in the same run. At the end the run prints the
+// .reg export and import of 100,000 values across 10,000 keys, and a save and restore of that
+// tree, each beside the raw registry calls that the same work needs, measured in the same run. At the end the run prints the
 // figures against their aims and as ratios to their references.
 //
 //   bench_regfile    all benchmarks, then the summary
@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <map>
 #include <string>
@@ -215,11 +216,52 @@ void BM_Import_ReadFileOnly(benchmark::State& state)
         benchmark::DoNotOptimize(Tessel::Reg::ReadRegFile(reinterpret_cast<const BYTE*>(file.data()), file.size()));
 }
 
+std::wstring SavedFile()
+{
+    const std::string path = std::string(std::getenv("TESSEL_REGISTRY_DIR")) + "/export.sav";
+    return std::wstring(path.begin(), path.end());
+}
+
+// The source tree saved to a file, which the function makes new each time.
+void BM_Save_ToFile(benchmark::State& state)
+{
+    PrepareSource();
+    const std::wstring file = SavedFile();
+    HKEY key = nullptr;
+    const KeyPath path = Path(kSource);
+    RegOpenKeyExW(path.Root, path.SubKey.c_str(), 0, KEY_READ, &key);
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::remove(std::string(file.begin(), file.end()).c_str());
+        state.ResumeTiming();
+        if (RegSaveKeyExW(key, file.c_str(), nullptr, REG_LATEST_FORMAT) != ERROR_SUCCESS)
+            state.SkipWithError("save failed");
+    }
+    RegCloseKey(key);
+}
+
+// That file restored over the target, which holds the previous restore: all of it goes and
+// comes again in one transaction.
+void BM_Restore_FromFile(benchmark::State& state)
+{
+    const std::wstring file = SavedFile();
+    const KeyPath target = Path(kTarget);
+    HKEY key = nullptr;
+    RegCreateKeyExW(target.Root, target.SubKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
+    for (auto _ : state) {
+        if (RegRestoreKeyW(key, file.c_str(), 0) != ERROR_SUCCESS)
+            state.SkipWithError("restore failed");
+    }
+    RegCloseKey(key);
+}
+
 BENCHMARK(BM_Export_RawReads)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(BM_Export_ToFile)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(BM_Import_RawWrites)->Unit(benchmark::kMillisecond)->Iterations(2);
 BENCHMARK(BM_Import_FromFile)->Unit(benchmark::kMillisecond)->Iterations(2);
 BENCHMARK(BM_Import_ReadFileOnly)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(BM_Save_ToFile)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_Restore_FromFile)->Unit(benchmark::kMillisecond)->Iterations(2);
 
 // Shows the runs as usual and keeps each one's real and CPU time per iteration, in seconds.
 class SummaryReporter : public benchmark::ConsoleReporter {
@@ -241,6 +283,8 @@ public:
         std::printf("\n100,000 values in 10,000 keys (real s / CPU s):\n");
         Line("export to a .reg file", "BM_Export_ToFile", "BM_Export_RawReads", "aim < 1 s");
         Line("import of that file", "BM_Import_FromFile", "BM_Import_RawWrites", "aim < 5 s");
+        Line("save of that tree", "BM_Save_ToFile", "BM_Export_RawReads", "no aim");
+        Line("restore of that save", "BM_Restore_FromFile", "BM_Import_RawWrites", "no aim");
     }
 
 private:

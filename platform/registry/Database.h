@@ -106,6 +106,8 @@ public:
     LONG InsertKey(const KeyRecord& parent, const Utf16& name, const std::string& fold, const Utf16* className,
                    KeyRecord& out);
     LONG TouchKey(std::int64_t id);
+    // Gives the key and its values the last-write time written, as a restore brings it back.
+    LONG SetWritten(std::int64_t id, std::int64_t written);
     // The key's row and its values; parent and name say what it was.
     LONG DeleteKey(std::int64_t id, std::int64_t& parent, Utf16& name);
     // ERROR_FILE_NOT_FOUND when the key is gone; parent and name say what it is.
@@ -132,6 +134,8 @@ private:
         Subtree,
         InsertKey,
         TouchKey,
+        SetKeyWritten,
+        SetValuesWritten,
         DeleteKeyValues,
         DeleteKeyRow,
         SetAccess,

@@ -166,6 +166,24 @@ LONG Database::TouchKey(std::int64_t id)
     return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
 }
 
+LONG Database::SetWritten(std::int64_t id, std::int64_t written)
+{
+    {
+        Statement update = Use(Sql::SetKeyWritten, "UPDATE key SET written = ?2 WHERE id = ?1");
+        update.Bind(1, id);
+        update.Bind(2, written);
+        const int result = update.Step();
+        if (result != SQLITE_DONE)
+            return Fail(result);
+    }
+    // A key's last write is its own or its newest value's: the values must not be newer.
+    Statement update = Use(Sql::SetValuesWritten, "UPDATE value SET written = ?2 WHERE key = ?1");
+    update.Bind(1, id);
+    update.Bind(2, written);
+    const int result = update.Step();
+    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+}
+
 LONG Database::DeleteKey(std::int64_t id, std::int64_t& parent, Utf16& name)
 {
     {

@@ -655,6 +655,11 @@ LONG Hive::Touch(std::int64_t key)
     return m_database->TouchKey(key);
 }
 
+LONG Hive::SetWritten(std::int64_t key, std::int64_t written)
+{
+    return m_database->SetWritten(key, written);
+}
+
 LONG Hive::HasChildren(std::int64_t key, bool& hasChildren)
 {
     hasChildren = false;

@@ -82,6 +82,8 @@ public:
                   std::size_t size);
     LONG DeleteValue(const KeyRecord& key, const std::string& fold);
     LONG Touch(std::int64_t key);
+    // Sets the key's last-write time; it is read from the database, never cached.
+    LONG SetWritten(std::int64_t key, std::int64_t written);
     LONG HasChildren(std::int64_t key, bool& result);
     LONG DeleteKey(std::int64_t key);
     // The key and everything below it, deepest first, with each key's grant.

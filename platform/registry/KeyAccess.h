@@ -116,6 +116,10 @@ LONG CreateKey(const Target& target, const std::vector<Utf16>& parts, const Utf1
 // and all below it. The handle's own rights don't matter; each key deleted must grant DELETE.
 LONG DeleteKey(const Target& target, const std::vector<Utf16>& parts, bool tree);
 
+// The same for a key already found, inside a write: the key alone when it has no sub-keys, or
+// with tree all below it; a hive's root can't go.
+LONG DeleteFound(Hive& hive, const KeyRecord& key, bool tree);
+
 // Sets what the key behind target grants.
 LONG SetKeyAccess(const Target& target, REGSAM granted);
 

@@ -81,36 +81,40 @@ LONG DeleteKey(const Target& target, const std::vector<Utf16>& parts, bool tree)
     return WriteKey(target, 0, false, [&](Hive& hive, const KeyRecord& base) -> LONG {
         KeyRecord key;
         bool created = false;
-        LONG result = Walk(hive, target.handle.hive, base, parts, WalkOptions{}, key, created);
+        const LONG result = Walk(hive, target.handle.hive, base, parts, WalkOptions{}, key, created);
+        return result != ERROR_SUCCESS ? result : DeleteFound(hive, key, tree);
+    });
+}
+
+LONG DeleteFound(Hive& hive, const KeyRecord& key, bool tree)
+{
+    if (key.id == RootKeyId)
+        return ERROR_ACCESS_DENIED;
+    std::vector<KeyRecord> doomed;
+    LONG result;
+    if (tree) {
+        result = hive.Subtree(key.id, doomed);
         if (result != ERROR_SUCCESS)
             return result;
-        if (key.id == RootKeyId)
+    } else {
+        bool hasChildren = false;
+        result = hive.HasChildren(key.id, hasChildren);
+        if (result != ERROR_SUCCESS)
+            return result;
+        if (hasChildren)
             return ERROR_ACCESS_DENIED;
-        std::vector<KeyRecord> doomed;
-        if (tree) {
-            result = hive.Subtree(key.id, doomed);
-            if (result != ERROR_SUCCESS)
-                return result;
-        } else {
-            bool hasChildren = false;
-            result = hive.HasChildren(key.id, hasChildren);
-            if (result != ERROR_SUCCESS)
-                return result;
-            if (hasChildren)
-                return ERROR_ACCESS_DENIED;
-            doomed.push_back(key);
-        }
-        for (const KeyRecord& each : doomed) {
-            if ((each.access & DELETE) == 0)
-                return ERROR_ACCESS_DENIED;
-        }
-        for (const KeyRecord& each : doomed) {
-            result = hive.DeleteKey(each.id);
-            if (result != ERROR_SUCCESS)
-                return result;
-        }
-        return hive.Touch(key.parent);
-    });
+        doomed.push_back(key);
+    }
+    for (const KeyRecord& each : doomed) {
+        if ((each.access & DELETE) == 0)
+            return ERROR_ACCESS_DENIED;
+    }
+    for (const KeyRecord& each : doomed) {
+        result = hive.DeleteKey(each.id);
+        if (result != ERROR_SUCCESS)
+            return result;
+    }
+    return hive.Touch(key.parent);
 }
 
 LONG SetKeyAccess(const Target& target, REGSAM granted)

@@ -1,4 +1,4 @@
-// Runs query's search, copy, compare, export and import in-process: what they print, what they
+// Runs query's search, copy, compare, export, import, save and restore in-process: what they print, what they
 // leave in the store and in files, and what they refuse.
 
 #include <gtest/gtest.h>
@@ -226,6 +226,46 @@ TEST_F(TreeCommands, ImportOfAMalformedFileNamesTheLineAndWritesNothing)
 
     EXPECT_EQ(Run({L"import", FileInStore(L"missing.reg")}), 1);
     EXPECT_EQ(m_console.ErrText, L"ERROR: Error opening the file. There may be a disk or file system error.\n");
+}
+
+TEST_F(TreeCommands, SaveThenRestoreBringsTheTreeBack)
+{
+    MakeTwoTrees();
+    const std::wstring copy = kKey + L"\\Copy";
+    EXPECT_EQ(Run({L"copy", kA, copy, L"/s", L"/f"}), 0);
+    const std::wstring file = FileInStore(L"tree.sav");
+    EXPECT_EQ(Run({L"save", kA, file}), 0);
+    EXPECT_EQ(m_console.OutText, kDone);
+
+    Add({kA, L"/v", L"name", L"/d", L"changed", L"/f"});
+    Add({kA + L"\\New"});
+    EXPECT_EQ(Run({L"delete", kA + L"\\Sub", L"/f"}), 0);
+    EXPECT_EQ(Run({L"restore", kA, file}), 0);
+    EXPECT_EQ(m_console.OutText, kDone);
+    EXPECT_EQ(Run({L"compare", kA, copy, L"/s"}), 0);
+}
+
+TEST_F(TreeCommands, SaveAsksBeforeReplacingAFileAndRestoreRefusesBadFiles)
+{
+    Add({kKey, L"/v", L"v", L"/d", L"1"});
+    const std::wstring file = FileInStore(L"kept.sav");
+    WriteBytes(file, "precious");
+    EXPECT_EQ(Run({L"save", kKey, file}), 1);
+    EXPECT_EQ(m_console.ErrText, L"ERROR: File " + file + L" exists; use /y to overwrite it.\n");
+    FakeConsole declining(true, {L"n"});
+    EXPECT_EQ(Run({L"save", kKey, file}, declining), 1);
+    EXPECT_EQ(ReadBytes(file), "precious");
+
+    EXPECT_EQ(Run({L"restore", kKey, file}), 1);
+    EXPECT_EQ(m_console.ErrText, L"ERROR: The configuration registry database is corrupt.\n");
+    EXPECT_EQ(Run({L"restore", kKey, FileInStore(L"missing.sav")}), 1);
+    EXPECT_EQ(m_console.ErrText, L"ERROR: Error opening the file. There may be a disk or file system error.\n");
+    EXPECT_EQ(Run({L"save", kKey, FileInStore(L"no/such/folder.sav")}), 1);
+    EXPECT_EQ(m_console.ErrText, L"ERROR: Error writing the file. There may be a disk or file system error.\n");
+    EXPECT_EQ(Query({kKey, L"/v", L"v"}), L"\n" + kFull + L"\n    v    REG_SZ    1\n\n");
+
+    EXPECT_EQ(Run({L"save", kKey, file, L"/y"}), 0);
+    EXPECT_EQ(Run({L"restore", kKey, file}), 0);
 }
 
 TEST_F(TreeCommands, ViewsReachTheThirtyTwoBitTreeOnEveryVerb)

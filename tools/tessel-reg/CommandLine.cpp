@@ -109,6 +109,14 @@ const OptionEntry kExportOptions[] = {
 
 const OptionEntry kImportOptions[] = {kView32, kView64};
 
+const OptionEntry kSaveOptions[] = {
+    {OptionId::Force, L"y", L"yes", Argument::None},
+    kView32,
+    kView64,
+};
+
+const OptionEntry kRestoreOptions[] = {kView32, kView64};
+
 struct VerbEntry {
     Verb Command;
     const wchar_t* Name;
@@ -137,6 +145,8 @@ const VerbEntry kVerbs[] = {
     MakeVerb(Verb::Compare, L"compare", kCompareOptions, 2),
     MakeVerb(Verb::Export, L"export", kExportOptions, 2),
     MakeVerb(Verb::Import, L"import", kImportOptions, 1),
+    MakeVerb(Verb::Save, L"save", kSaveOptions, 2),
+    MakeVerb(Verb::Restore, L"restore", kRestoreOptions, 2),
     Unsupported(Verb::Load, L"load"),
     Unsupported(Verb::Unload, L"unload"),
     Unsupported(Verb::Flags, L"flags"),

@@ -36,7 +36,7 @@ private:
 
 // The commands, in the order help lists them. A new command is a new entry here, a table of
 // options in CommandLine.cpp, a usage text and an entry in the dispatch of Commands.cpp.
-enum class Verb { Query, Add, Delete, Copy, Compare, Export, Import, Load, Unload, Flags };
+enum class Verb { Query, Add, Delete, Copy, Compare, Export, Import, Save, Restore, Load, Unload, Flags };
 
 // Which values of the key a command is about.
 enum class ValueSelection {

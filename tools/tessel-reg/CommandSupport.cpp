@@ -24,6 +24,12 @@ bool ConfirmOrRefuse(Console& console, bool force, const std::wstring& question,
     return false;
 }
 
+// File names are UTF-8 on this system and UTF-16 on Windows; u8path takes either from UTF-8.
+std::filesystem::path FilePath(const std::wstring& name)
+{
+    return std::filesystem::u8path(Utf8FromWide(name));
+}
+
 void OutLine(Console& console, const std::wstring& text)
 {
     console.Out(text + L'\n');

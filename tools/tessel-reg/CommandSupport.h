@@ -2,6 +2,7 @@
 // failure that ends a command, asking before a change, and walking a tree of keys.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ void Require(LSTATUS status);
 // True to go ahead. With force, always; with nobody to ask, refuses with the given text; else
 // asks, and on "no" tells the user that nothing was done.
 bool ConfirmOrRefuse(Console& console, bool force, const std::wstring& question, const std::wstring& refusal);
+
+// A file name from the command line as a path of this system.
+std::filesystem::path FilePath(const std::wstring& name);
 
 // Prints text and a line end.
 void OutLine(Console& console, const std::wstring& text);

@@ -13,12 +13,6 @@
 namespace Tessel::Reg {
 namespace {
 
-// File names are UTF-8 on this system and UTF-16 on Windows; u8path takes either from UTF-8.
-std::filesystem::path FilePath(const std::wstring& name)
-{
-    return std::filesystem::u8path(Utf8FromWide(name));
-}
-
 bool ReadWholeFile(const std::filesystem::path& path, std::string& bytes)
 {
     std::error_code error;

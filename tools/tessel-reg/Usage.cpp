@@ -18,6 +18,8 @@ const wchar_t kToolUsage[] =
     L"  compare  compare two keys, or two trees\n"
     L"  export   write a key and everything below it to a .reg file\n"
     L"  import   apply a .reg file\n"
+    L"  save     write a key and everything below it to a saved-key file\n"
+    L"  restore  replace a key and everything below it with a saved-key file\n"
     L"  load, unload, flags  not supported on this system\n"
     L"\n"
     L"KEY is ROOT\\path, where ROOT is HKLM, HKCU, HKCR, HKU or HKCC, or the long form\n"
@@ -110,6 +112,23 @@ const wchar_t kImportUsage[] =
     L"\"REGEDIT4\". A file without a byte-order mark is read as UTF-8 when it is valid UTF-8 and\n"
     L"as Windows-1252 otherwise. The whole file is checked before anything is written.\n";
 
+const wchar_t kSaveUsage[] =
+    L"tessel-reg save KEY FILE [/y] [/reg:32 | /reg:64]\n"
+    L"\n"
+    L"Writes KEY and everything below it to FILE: every value with its type and bytes, class\n"
+    L"names and last-write times, as one consistent picture of the registry. The file's format\n"
+    L"is this system's own; on Windows it is a hive file, and the command needs an elevated\n"
+    L"prompt holding the backup privilege (SeBackupPrivilege).\n"
+    L"  /y, --yes                overwrite FILE without asking\n";
+
+const wchar_t kRestoreUsage[] =
+    L"tessel-reg restore KEY FILE [/reg:32 | /reg:64]\n"
+    L"\n"
+    L"Replaces the values and sub-keys of KEY with those that \"tessel-reg save\" wrote to FILE,\n"
+    L"in one step: a program reading KEY meanwhile sees it whole before or whole after. On\n"
+    L"Windows the command needs an elevated prompt holding the restore privilege\n"
+    L"(SeRestorePrivilege).\n";
+
 const wchar_t kUnsupportedUsage[] =
     L"\n"
     L"Not supported on this system: the registry store keeps each hive in a database of its\n"
@@ -142,6 +161,12 @@ std::wstring UsageText(std::optional<Verb> verb)
                L"\nExample: tessel-reg export HKCU\\Software\\Example example.reg /y\n";
     case Verb::Import:
         return std::wstring(kImportUsage) + kViewOptions + L"\nExample: tessel-reg import example.reg\n";
+    case Verb::Save:
+        return std::wstring(kSaveUsage) + kViewOptions +
+               L"\nExample: tessel-reg save HKCU\\Software\\Example example.hiv /y\n";
+    case Verb::Restore:
+        return std::wstring(kRestoreUsage) + kViewOptions +
+               L"\nExample: tessel-reg restore HKCU\\Software\\Example example.hiv\n";
     case Verb::Load:
         return L"tessel-reg load KEY FILE\n" + std::wstring(kUnsupportedUsage);
     case Verb::Unload:

@@ -69,6 +69,15 @@ typedef ACCESS_MASK REGSAM;
 #define REG_CREATED_NEW_KEY 0x00000001L
 #define REG_OPENED_EXISTING_KEY 0x00000002L
 
+// RegSaveKeyExW formats and RegRestoreKeyW flags.
+#define REG_STANDARD_FORMAT 1
+#define REG_LATEST_FORMAT 2
+#define REG_NO_COMPRESSION 4
+#define REG_WHOLE_HIVE_VOLATILE 0x00000001L
+#define REG_REFRESH_HIVE 0x00000002L
+#define REG_NO_LAZY_FLUSH 0x00000004L
+#define REG_FORCE_RESTORE 0x00000008L
+
 TESSEL_EXTERN_C_BEGIN
 
 TESSEL_PLATFORM_API LSTATUS WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired,
@@ -96,9 +105,48 @@ TESSEL_PLATFORM_API LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, L
                                                     LPDWORD lpcbSecurityDescriptor, PFILETIME lpftLastWriteTime);
 TESSEL_PLATFORM_API LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey);
 
+// A key and everything below it to a new file and back (docs/saved-key-format.md). The file's
+// format is this system's own. The security attributes are not used: the file gets the
+// process's default mode. REG_FORCE_RESTORE is accepted and changes nothing: a restore always
+// goes ahead, and handles to the sub-keys it replaces answer ERROR_KEY_DELETED afterwards, as
+// after a delete; REG_WHOLE_HIVE_VOLATILE, REG_REFRESH_HIVE and REG_NO_LAZY_FLUSH answer
+// ERROR_NOT_SUPPORTED. The key restored over keeps its name, class and grant.
+TESSEL_PLATFORM_API LSTATUS WINAPI RegSaveKeyW(HKEY hKey, LPCWSTR lpFile,
+                                               const LPSECURITY_ATTRIBUTES lpSecurityAttributes);
+TESSEL_PLATFORM_API LSTATUS WINAPI RegSaveKeyExW(HKEY hKey, LPCWSTR lpFile,
+                                                 const LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD Flags);
+TESSEL_PLATFORM_API LSTATUS WINAPI RegRestoreKeyW(HKEY hKey, LPCWSTR lpFile, DWORD dwFlags);
+
 // Sets the access mask granted on the key behind an open handle. It stands in for the key's
 // security descriptor: opens that ask for more fail with ERROR_ACCESS_DENIED afterwards.
 TESSEL_PLATFORM_API LSTATUS WINAPI TesselRegSetKeyAccess(HKEY hKey, REGSAM granted);
+
+// The steps of TesselRegApplyBatch.
+#define TESSEL_REG_BATCH_CREATE_KEY 1   // Root\SubKey, made if missing: the key the value steps after it act on
+#define TESSEL_REG_BATCH_SET_VALUE 2    // sets ValueName to Type, Data and Size
+#define TESSEL_REG_BATCH_DELETE_VALUE 3 // deletes ValueName if it is there
+#define TESSEL_REG_BATCH_DELETE_TREE 4  // deletes Root\SubKey and all below it if it is there
+
+typedef struct TESSEL_REG_BATCH_STEP {
+    DWORD Operation;
+    HKEY Root;         // key steps: a predefined key or an open handle
+    LPCWSTR SubKey;    // key steps: the path below Root
+    LPCWSTR ValueName; // value steps: null or empty for the default value
+    DWORD Type;
+    const BYTE* Data;
+    DWORD Size;
+} TESSEL_REG_BATCH_STEP;
+
+// Applies steps in order through the view that view names (0, KEY_WOW64_32KEY or
+// KEY_WOW64_64KEY), with the rules of the functions that each step stands for: a key is made
+// where its parent grants KEY_CREATE_SUB_KEY and must grant KEY_QUERY_VALUE and KEY_SET_VALUE; a
+// tree goes where each of its keys grants DELETE. Every step is checked before anything is
+// written; then each run of steps on one hive is one transaction, so that a process reading the
+// hive sees none of the run or all of it. The first failure ends the batch: the steps before it
+// stay applied, as they would call by call, and failedStep (if not null) gets its index. For
+// importing a file of changes; Windows does this with one call per step.
+TESSEL_PLATFORM_API LSTATUS WINAPI TesselRegApplyBatch(const TESSEL_REG_BATCH_STEP* steps, DWORD count, REGSAM view,
+                                                       LPDWORD failedStep);
 
 // For tests of failure paths: the nth database operation from now (1 = the next) fails with the
 // given SQLite result code, such as 13 (disk full) or 5 (busy); nth 0 cancels. A negative code

@@ -83,7 +83,8 @@ struct RegFileImportFailure {
 
 // Applies a file's sections in order through the given view (0, KEY_WOW64_32KEY or
 // KEY_WOW64_64KEY): creates keys, sets and deletes values, deletes trees. Deleting what isn't
-// there is no failure. Stops at the first failure; what came before it stays applied.
+// there is no failure. Stops at the first failure; what came before it stays applied. The store
+// here takes the changes to each hive in one transaction instead of one per value.
 RegFileImportFailure ImportRegFile(const std::vector<RegFileKey>& keys, REGSAM view);
 
 } // namespace Tessel::Reg
