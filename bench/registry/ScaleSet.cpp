@@ -31,18 +31,6 @@ struct ScaleValue {
     std::vector<BYTE> data;
 };
 
-std::vector<BYTE> Utf16Text(const std::string& text)
-{
-    std::vector<BYTE> data;
-    for (char c : text) {
-        data.push_back(static_cast<BYTE>(c));
-        data.push_back(0);
-    }
-    data.push_back(0);
-    data.push_back(0);
-    return data;
-}
-
 std::vector<BYTE> Bytes(const void* from, std::size_t size)
 {
     const BYTE* bytes = static_cast<const BYTE*>(from);
@@ -58,11 +46,11 @@ ScaleValue ValueOf(int i, int j)
     case 0:
         return {REG_DWORD, Bytes(&number, sizeof(number))};
     case 1:
-        return {REG_SZ, Utf16Text("item " + std::to_string(i))};
+        return {REG_SZ, Utf16Data("item " + std::to_string(i))};
     case 2:
         return {REG_DWORD, Bytes(&flags, sizeof(flags))};
     case 3:
-        return {REG_SZ, Utf16Text("/var/lib/items/" + std::to_string(i))};
+        return {REG_SZ, Utf16Data("/var/lib/items/" + std::to_string(i))};
     default:
         return {REG_BINARY, Bytes(&stamp, sizeof(stamp))};
     }
