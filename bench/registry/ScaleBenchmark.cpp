@@ -12,17 +12,18 @@
 // through the registry's calls, runs the benchmarks, sends its figures back and exits, and its
 // exit is the store's checkpoint, after which this process measures the files.
 //
-//   bench_registry_scale                          every N, 3 interleaved repetitions each; about
-//                                                 10 minutes on a 2-core machine, most of it making
-//                                                 the 1,000,000 sub-keys
-//   bench_registry_scale --largest=100000         stop at 100,000 (about a minute)
+//   bench_registry_scale                          every N, 3 interleaved repetitions each; 14
+//                                                 minutes on a busy 2-core machine, 11 of them
+//                                                 making the 1,000,000 sub-keys
+//   bench_registry_scale --largest=100000         stop at 100,000 (2 minutes)
 //   bench_registry_scale --writers=1              make the sets with one thread (default 8: on a
 //                                                 busy 2-core machine 10,000 sub-keys took 4.9 s
 //                                                 with 1 thread, 4.8 s with 4, 4.3 s with 8)
 //   bench_registry_scale --benchmark_filter=Open  any Google Benchmark flag, passed to each child
 //
-// Not run by CI: it takes minutes and about a gigabyte of disk in /tmp, where each N's store is
-// made (TESSEL_REGISTRY_DIR is not used: every N needs a hive of its own).
+// Not run by CI: it takes minutes, and disk in /tmp, where each N's store is made
+// (TESSEL_REGISTRY_DIR is not used: every N needs a hive of its own): 3 GB at 100,000 and some
+// 30 GB at 1,000,000 while the set is made, nearly all of it the -wal.
 
 #include <benchmark/benchmark.h>
 
