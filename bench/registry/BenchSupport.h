@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "TesselWin32.h"
 
@@ -16,6 +17,19 @@ inline void Check(LONG status, const char* what)
         std::fprintf(stderr, "bench_registry: %s failed with %d\n", what, static_cast<int>(status));
         std::exit(1);
     }
+}
+
+// A text as REG_SZ data: ASCII in UTF-16, with its terminator.
+inline std::vector<BYTE> Utf16Data(const std::string& text)
+{
+    std::vector<BYTE> data;
+    for (char c : text) {
+        data.push_back(static_cast<BYTE>(c));
+        data.push_back(0);
+    }
+    data.push_back(0);
+    data.push_back(0);
+    return data;
 }
 
 inline HKEY CreateKey(HKEY parent, const std::wstring& path)

@@ -27,15 +27,7 @@ std::vector<BYTE> ValueData(int i, int j)
         const BYTE* bytes = reinterpret_cast<const BYTE*>(&number);
         return std::vector<BYTE>(bytes, bytes + sizeof(number));
     }
-    const std::string text = "text " + std::to_string(i) + "/" + std::to_string(j);
-    std::vector<BYTE> data;
-    for (char c : text) {
-        data.push_back(static_cast<BYTE>(c));
-        data.push_back(0);
-    }
-    data.push_back(0);
-    data.push_back(0);
-    return data;
+    return Utf16Data("text " + std::to_string(i) + "/" + std::to_string(j));
 }
 
 } // namespace
