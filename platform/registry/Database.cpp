@@ -334,14 +334,16 @@ void Database::RollbackToSavepoint()
     RunPastSeam(Sql::ReleaseSavepoint, "RELEASE call");
 }
 
-void Database::Checkpoint(bool truncate)
+std::uint32_t Database::Checkpoint(bool truncate)
 {
     // A truncating checkpoint needs every other reader and writer out of the way: without a busy
     // handler it does what it can now and leaves the rest to whoever is still there.
     sqlite3_busy_timeout(m_connection, 0);
+    int walPages = 0;
     sqlite3_wal_checkpoint_v2(m_connection, "main", truncate ? SQLITE_CHECKPOINT_TRUNCATE : SQLITE_CHECKPOINT_PASSIVE,
-                              nullptr, nullptr);
+                              &walPages, nullptr);
     sqlite3_busy_timeout(m_connection, kBusyMilliseconds);
+    return walPages > 0 ? static_cast<std::uint32_t>(walPages) : 0;
 }
 
 void Database::MapHeader()

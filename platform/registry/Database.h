@@ -80,8 +80,9 @@ public:
 
     // Copies what the WAL holds into the database file as far as other processes' readers allow,
     // without waiting for anyone. Truncating, and with no other process in the hive, the WAL ends
-    // empty and the database file alone holds every commit.
-    void Checkpoint(bool truncate);
+    // empty and the database file alone holds every commit. Gives the pages the WAL holds
+    // afterwards, copied or not (0 when it can't tell).
+    std::uint32_t Checkpoint(bool truncate);
 
     // How many pages the WAL holds that no checkpoint has copied yet, read without any lock; 0
     // when that can't be had.

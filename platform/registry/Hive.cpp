@@ -28,6 +28,12 @@ std::atomic<bool> g_exiting{false};
 // writes two or three.
 constexpr std::uint32_t kCheckpointFrames = 2500;
 
+// A checkpoint that runs beside the writers stays behind the WAL's end while they go on, and a
+// WAL that no checkpoint has copied to its end is never begun again: it would grow for as long as
+// the writers never pause. Past this length the checkpoint holds the writers off until it has
+// copied everything, so that the next commit starts the WAL from its beginning.
+constexpr std::uint32_t kWalPagesBeforeWritersWait = 4 * kCheckpointFrames;
+
 } // namespace
 
 Hive* const* Hive::All()
@@ -218,7 +224,12 @@ void Hive::CheckpointAside()
         return;
     if (!m_checkpointer && Database::Open(m_path, Database::OpenFor::Writing, m_checkpointer) != ERROR_SUCCESS)
         return;
+    if (m_checkpointer->Checkpoint(false) < kWalPagesBeforeWritersWait)
+        return;
+    const bool writersHeld = m_writerLock.Lock();
     m_checkpointer->Checkpoint(false);
+    if (writersHeld)
+        m_writerLock.Unlock();
 }
 
 void Hive::CommitBatch(const std::vector<PendingWrite*>& batch)
