@@ -69,6 +69,16 @@ typedef ACCESS_MASK REGSAM;
 #define REG_CREATED_NEW_KEY 0x00000001L
 #define REG_OPENED_EXISTING_KEY 0x00000002L
 
+// What RegNotifyChangeKeyValue reports.
+#define REG_NOTIFY_CHANGE_NAME 0x00000001L
+#define REG_NOTIFY_CHANGE_ATTRIBUTES 0x00000002L
+#define REG_NOTIFY_CHANGE_LAST_SET 0x00000004L
+#define REG_NOTIFY_CHANGE_SECURITY 0x00000008L
+#define REG_NOTIFY_THREAD_AGNOSTIC 0x10000000L
+#define REG_LEGAL_CHANGE_FILTER                                                                      \
+    (REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_LAST_SET |              \
+     REG_NOTIFY_CHANGE_SECURITY | REG_NOTIFY_THREAD_AGNOSTIC)
+
 TESSEL_EXTERN_C_BEGIN
 
 TESSEL_PLATFORM_API LSTATUS WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired,
@@ -95,6 +105,12 @@ TESSEL_PLATFORM_API LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, L
                                                     LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen,
                                                     LPDWORD lpcbSecurityDescriptor, PFILETIME lpftLastWriteTime);
 TESSEL_PLATFORM_API LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey);
+// Changes committed by any process reach every process's registrations. On this system
+// REG_NOTIFY_CHANGE_SECURITY and REG_NOTIFY_CHANGE_ATTRIBUTES both report a change of what the
+// key grants (TesselRegSetKeyAccess). A key whose path isn't made yet reports any change of its
+// hive. HKEY_PERFORMANCE_DATA never changes and answers ERROR_INVALID_HANDLE.
+TESSEL_PLATFORM_API LSTATUS WINAPI RegNotifyChangeKeyValue(HKEY hKey, BOOL bWatchSubtree, DWORD dwNotifyFilter,
+                                                           HANDLE hEvent, BOOL fAsynchronous);
 
 // Sets the access mask granted on the key behind an open handle. It stands in for the key's
 // security descriptor: opens that ask for more fail with ERROR_ACCESS_DENIED afterwards.
