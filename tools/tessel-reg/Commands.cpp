@@ -22,7 +22,7 @@ const CommandEntry kCommands[] = {
     {Verb::Query, RunQuery},       {Verb::Add, RunAdd},       {Verb::Delete, RunDelete},
     {Verb::Copy, RunCopy},         {Verb::Compare, RunCompare}, {Verb::Export, RunExport},
     {Verb::Import, RunImport},     {Verb::Load, RunUnsupported}, {Verb::Unload, RunUnsupported},
-    {Verb::Flags, RunUnsupported},
+    {Verb::Flags, RunUnsupported}, {Verb::Watch, RunWatch},
 };
 
 int Dispatch(const CommandLine& line, Console& console)

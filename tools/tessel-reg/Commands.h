@@ -21,6 +21,8 @@ int RunCopy(const CommandLine& line, Console& console);
 int RunCompare(const CommandLine& line, Console& console);
 int RunExport(const CommandLine& line, Console& console);
 int RunImport(const CommandLine& line, Console& console);
+// Runs until interrupted, or until /n changes were shown.
+int RunWatch(const CommandLine& line, Console& console);
 // load, unload and flags: there is nothing on this system for them to act on.
 int RunUnsupported(const CommandLine& line, Console& console);
 

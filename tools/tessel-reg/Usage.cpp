@@ -18,6 +18,7 @@ const wchar_t kToolUsage[] =
     L"  compare  compare two keys, or two trees\n"
     L"  export   write a key and everything below it to a .reg file\n"
     L"  import   apply a .reg file\n"
+    L"  watch    show each change below a key as it happens\n"
     L"  load, unload, flags  not supported on this system\n"
     L"\n"
     L"KEY is ROOT\\path, where ROOT is HKLM, HKCU, HKCR, HKU or HKCC, or the long form\n"
@@ -110,6 +111,17 @@ const wchar_t kImportUsage[] =
     L"\"REGEDIT4\". A file without a byte-order mark is read as UTF-8 when it is valid UTF-8 and\n"
     L"as Windows-1252 otherwise. The whole file is checked before anything is written.\n";
 
+const wchar_t kWatchUsage[] =
+    L"tessel-reg watch KEY [/s] [/t name|last_set|attributes|security] [/n COUNT] [/reg:32 | /reg:64]\n"
+    L"\n"
+    L"Prints one line per change of KEY, made by any process, until interrupted or COUNT\n"
+    L"changes: the time, the key's path, the kind of change (key_added, key_deleted, value_set,\n"
+    L"value_deleted, attributes or security) and, for a value, its name.\n"
+    L"  /s, --recurse            watch all sub-keys too, at any depth\n"
+    L"  /t KIND, --type KIND     watch only sub-keys added or deleted (name), values set or\n"
+    L"                           deleted (last_set), or the key's attributes or security\n"
+    L"  /n COUNT, --count COUNT  stop after COUNT changes\n";
+
 const wchar_t kUnsupportedUsage[] =
     L"\n"
     L"Not supported on this system: the registry store keeps each hive in a database of its\n"
@@ -142,6 +154,9 @@ std::wstring UsageText(std::optional<Verb> verb)
                L"\nExample: tessel-reg export HKCU\\Software\\Example example.reg /y\n";
     case Verb::Import:
         return std::wstring(kImportUsage) + kViewOptions + L"\nExample: tessel-reg import example.reg\n";
+    case Verb::Watch:
+        return std::wstring(kWatchUsage) + kViewOptions +
+               L"\nExample: tessel-reg watch HKCU\\Software\\Example /s /n 10\n";
     case Verb::Load:
         return L"tessel-reg load KEY FILE\n" + std::wstring(kUnsupportedUsage);
     case Verb::Unload:
