@@ -144,13 +144,15 @@ void DiffSubKeys(const std::wstring& path, const KeyState& before, const KeyStat
 
 std::vector<Change> Diff(const Snapshot& before, const Snapshot& after)
 {
+    // A key added below another added key has no state before: all it holds is new. Keys of a
+    // tree that went are not listed: their top key's line says so.
+    const KeyState none;
     std::vector<Change> changes;
     for (const auto& [path, state] : after) {
         const auto old = before.find(path);
-        if (old == before.end())
-            continue; // a key added: its parent's list says so
-        DiffSubKeys(path, old->second, state, changes);
-        DiffValues(path, old->second, state, changes);
+        const KeyState& was = old == before.end() ? none : old->second;
+        DiffSubKeys(path, was, state, changes);
+        DiffValues(path, was, state, changes);
     }
     return changes;
 }
@@ -216,6 +218,12 @@ int RunWatch(const CommandLine& line, Console& console)
     bool woken = false;
     bool shownLast = false;
     for (unsigned long seen = 0; count == 0 || seen < count;) {
+        // A watched key that is gone has nothing more to tell.
+        RegistryValue probe;
+        if (woken && key.ReadValue(L"", probe) == ERROR_KEY_DELETED) {
+            OutLine(console, Now() + kColumnGap + path.FullName() + kColumnGap + L"key_deleted");
+            break;
+        }
         // Registered before the snapshot is taken, so that nothing falls between the two.
         Require(RegNotifyChangeKeyValue(key.Handle(), line.Recurse ? TRUE : FALSE, filter, event.Get(), TRUE));
         Snapshot after = TakeSnapshot(path, key, line.Recurse);
@@ -226,11 +234,6 @@ int RunWatch(const CommandLine& line, Console& console)
             seen += ReportUnseen(path, filter, console);
         shownLast = !changes.empty();
         before = std::move(after);
-        RegistryValue probe;
-        if (key.ReadValue(L"", probe) == ERROR_KEY_DELETED) {
-            OutLine(console, Now() + kColumnGap + path.FullName() + kColumnGap + L"key_deleted");
-            break;
-        }
         if (count != 0 && seen >= count)
             break;
         if (WaitForSingleObject(event.Get(), INFINITE) != WAIT_OBJECT_0)
