@@ -76,7 +76,7 @@ TEST_F(WatchCommand, AFilterShowsOnlyItsKindAndAKeyDeletedEndsTheWatch)
         ASSERT_EQ(0, Run({L"delete", kKey, L"/f"}));
     });
     EXPECT_EQ(0, code);
-    const std::vector<std::wstring> expected = {kFull + L"\\child    key_added", kFull + L"    key_deleted"};
+    const std::vector<std::wstring> expected = {kFull + L"    key_deleted", kFull + L"\\child    key_added"};
     EXPECT_EQ(expected, Untimed(m_watch.OutText));
 }
 
