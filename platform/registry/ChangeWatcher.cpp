@@ -137,9 +137,16 @@ ChangeWatcher::ChangeWatcher() : m_state(*new State())
 // The child has no watcher thread: it forgets what its parent registered and starts its own.
 namespace {
 
+// g_state is null in a process that never watched: there is nothing to do then. What the
+// prepare handler found decides for the other two, should a first registration come meanwhile.
+ChangeWatcher::State* g_forking = nullptr;
+
 void LockForFork()
 {
-    ChangeWatcher::State& state = *g_state;
+    g_forking = g_state;
+    if (g_forking == nullptr)
+        return;
+    ChangeWatcher::State& state = *g_forking;
     state.lock.lock();
     for (HiveWatch& hive : state.hives)
         hive.database.reset();
@@ -147,12 +154,15 @@ void LockForFork()
 
 void UnlockInParent()
 {
-    g_state->lock.unlock();
+    if (g_forking != nullptr)
+        g_forking->lock.unlock();
 }
 
 void ResetInChild()
 {
-    ChangeWatcher::State& state = *g_state;
+    if (g_forking == nullptr)
+        return;
+    ChangeWatcher::State& state = *g_forking;
     state.pending.clear();
     state.any = false;
     state.started = false;
