@@ -391,26 +391,26 @@ LONG ChangeWatcher::Add(Registration registration, const std::function<LONG(std:
     return ERROR_SUCCESS;
 }
 
-void ChangeWatcher::HandleClosed(HKEY handle)
+template <typename Which>
+void ChangeWatcher::FireWhere(Which&& which)
 {
     if (!m_state.any)
         return;
     std::lock_guard<std::mutex> guard(m_state.lock);
     std::vector<bool> fire(m_state.pending.size());
     for (std::size_t i = 0; i < fire.size(); ++i)
-        fire[i] = m_state.pending[i].registration.handle == handle;
+        fire[i] = which(m_state.pending[i].registration);
     WatcherThread::Fire(m_state, fire);
+}
+
+void ChangeWatcher::HandleClosed(HKEY handle)
+{
+    FireWhere([handle](const Registration& registration) { return registration.handle == handle; });
 }
 
 void ChangeWatcher::OwnerEnded(const NotifyOwner* owner)
 {
-    if (!m_state.any)
-        return;
-    std::lock_guard<std::mutex> guard(m_state.lock);
-    std::vector<bool> fire(m_state.pending.size());
-    for (std::size_t i = 0; i < fire.size(); ++i)
-        fire[i] = m_state.pending[i].registration.owner == owner;
-    WatcherThread::Fire(m_state, fire);
+    FireWhere([owner](const Registration& registration) { return registration.owner == owner; });
 }
 
 } // namespace TesselPlatform::Registry

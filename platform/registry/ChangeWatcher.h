@@ -49,6 +49,9 @@ public:
 
 private:
     ChangeWatcher();
+    // Signals and drops the registrations for which which(registration) holds.
+    template <typename Which>
+    void FireWhere(Which&& which);
     State& m_state;
 };
 

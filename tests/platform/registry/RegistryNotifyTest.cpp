@@ -64,6 +64,12 @@ private:
     DWORD m_tick = 0;
 };
 
+LONG AddSubKey(HKEY parent, const wchar_t* name)
+{
+    ScopedKey sub;
+    return CreateKey(parent, name, sub, KEY_READ);
+}
+
 LONG Watch(HKEY key, HANDLE event, DWORD filter = kAllChanges, BOOL subtree = FALSE)
 {
     return RegNotifyChangeKeyValue(key, subtree, filter, event, TRUE);
@@ -86,20 +92,8 @@ TEST(RegistryNotify, EachFilterSeesItsOwnKindOfChangeOnly)
         {"value set, last set", REG_NOTIFY_CHANGE_LAST_SET, [](HKEY k) { return SetDword(k, L"v", 2); }, true},
         {"value deleted, last set", REG_NOTIFY_CHANGE_LAST_SET, [](HKEY k) { return RegDeleteValueW(k, L"old"); },
          true},
-        {"sub-key added, last set", REG_NOTIFY_CHANGE_LAST_SET,
-         [](HKEY k) {
-             HKEY sub;
-             const LONG s = RegCreateKeyExW(k, L"added", 0, nullptr, 0, KEY_READ, nullptr, &sub, nullptr);
-             return s == ERROR_SUCCESS ? RegCloseKey(sub) : s;
-         },
-         false},
-        {"sub-key added, name", REG_NOTIFY_CHANGE_NAME,
-         [](HKEY k) {
-             HKEY sub;
-             const LONG s = RegCreateKeyExW(k, L"added2", 0, nullptr, 0, KEY_READ, nullptr, &sub, nullptr);
-             return s == ERROR_SUCCESS ? RegCloseKey(sub) : s;
-         },
-         true},
+        {"sub-key added, last set", REG_NOTIFY_CHANGE_LAST_SET, [](HKEY k) { return AddSubKey(k, L"added"); }, false},
+        {"sub-key added, name", REG_NOTIFY_CHANGE_NAME, [](HKEY k) { return AddSubKey(k, L"added2"); }, true},
         {"sub-key deleted, name", REG_NOTIFY_CHANGE_NAME, [](HKEY k) { return RegDeleteKeyW(k, L"doomed"); }, true},
         {"value set, name", REG_NOTIFY_CHANGE_NAME, [](HKEY k) { return SetDword(k, L"v", 3); }, false},
         {"grant changed, security", REG_NOTIFY_CHANGE_SECURITY,
