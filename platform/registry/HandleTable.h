@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <mutex>
-#include <vector>
 
 #include "registry/Records.h"
+#include "system/HandleSlots.h"
 
 namespace TesselPlatform::Registry {
 
@@ -27,23 +27,14 @@ public:
     bool Remove(HKEY key);
 
 private:
-    struct Slot {
-        std::uint32_t generation = 0;
-        bool used = false;
-        KeyHandle handle;
-    };
-
     static void LockForFork();
     static void UnlockAfterFork();
     static const int s_forkHandlers;
 
-    bool Decode(HKEY key, std::size_t& index) const;
-
     // A plain mutex, not a reader-writer lock: the child of a fork must be able to release what
     // the forking thread took, and POSIX defines that only for mutexes.
     mutable std::mutex m_lock;
-    std::vector<Slot> m_slots;
-    std::vector<std::uint32_t> m_free;
+    System::HandleSlots<KeyHandle> m_slots{System::HandleTag::Key};
 };
 
 } // namespace TesselPlatform::Registry

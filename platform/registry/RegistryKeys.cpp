@@ -6,6 +6,7 @@
 
 #include "TesselPlatform/Registry.h"
 #include "registry/Arguments.h"
+#include "registry/ChangeWatcher.h"
 #include "registry/Database.h"
 #include "registry/HandleTable.h"
 #include "registry/KeyAccess.h"
@@ -113,7 +114,10 @@ LSTATUS WINAPI RegCloseKey(HKEY hKey)
         return status;
     if (target.key != nullptr && target.root != nullptr && target.root->key == hKey)
         return ERROR_SUCCESS;
-    return HandleTable::Instance().Remove(hKey) ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
+    if (!HandleTable::Instance().Remove(hKey))
+        return ERROR_INVALID_HANDLE;
+    ChangeWatcher::Instance().HandleClosed(hKey);
+    return ERROR_SUCCESS;
 }
 
 LSTATUS WINAPI RegDeleteKeyW(HKEY hKey, LPCWSTR lpSubKey)

@@ -30,6 +30,7 @@ enum class OptionId {
     OutputNothing,
     View32,
     View64,
+    Count,
 };
 
 enum class Argument { None, Required, Optional };
@@ -117,6 +118,14 @@ const OptionEntry kSaveOptions[] = {
 
 const OptionEntry kRestoreOptions[] = {kView32, kView64};
 
+const OptionEntry kWatchOptions[] = {
+    {OptionId::Recurse, L"s", L"recurse", Argument::None},
+    {OptionId::Type, L"t", L"type", Argument::Required},
+    {OptionId::Count, L"n", L"count", Argument::Required},
+    kView32,
+    kView64,
+};
+
 struct VerbEntry {
     Verb Command;
     const wchar_t* Name;
@@ -147,6 +156,7 @@ const VerbEntry kVerbs[] = {
     MakeVerb(Verb::Import, L"import", kImportOptions, 1),
     MakeVerb(Verb::Save, L"save", kSaveOptions, 2),
     MakeVerb(Verb::Restore, L"restore", kRestoreOptions, 2),
+    MakeVerb(Verb::Watch, L"watch", kWatchOptions, 1),
     Unsupported(Verb::Load, L"load"),
     Unsupported(Verb::Unload, L"unload"),
     Unsupported(Verb::Flags, L"flags"),
@@ -297,6 +307,9 @@ void ApplyOption(CommandLine& line, ParseState& state, OptionId id, bool hasArgu
         break;
     case OptionId::View64:
         SetView(line, KEY_WOW64_64KEY);
+        break;
+    case OptionId::Count:
+        SetOnce(line.Count, std::move(argument));
         break;
     }
 }

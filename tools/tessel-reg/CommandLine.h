@@ -36,7 +36,7 @@ private:
 
 // The commands, in the order help lists them. A new command is a new entry here, a table of
 // options in CommandLine.cpp, a usage text and an entry in the dispatch of Commands.cpp.
-enum class Verb { Query, Add, Delete, Copy, Compare, Export, Import, Save, Restore, Load, Unload, Flags };
+enum class Verb { Query, Add, Delete, Copy, Compare, Export, Import, Save, Restore, Watch, Load, Unload, Flags };
 
 // Which values of the key a command is about.
 enum class ValueSelection {
@@ -69,6 +69,7 @@ struct CommandLine {
     bool Force = false; // /f of add, delete and copy; /y of export
     CompareOutput Output = CompareOutput::Differences;
     REGSAM View = 0; // /reg:32 or /reg:64
+    std::optional<std::wstring> Count; // watch's /n: how many changes to show
 
     // Query searches, rather than lists, when any search option is given.
     bool Searches() const { return Find || KeysOnly || DataOnly || CaseSensitive || ExactMatch || Type; }

@@ -21,7 +21,8 @@ struct CommandEntry {
 const CommandEntry kCommands[] = {
     {Verb::Query, RunQuery},       {Verb::Add, RunAdd},       {Verb::Delete, RunDelete},
     {Verb::Copy, RunCopy},         {Verb::Compare, RunCompare}, {Verb::Export, RunExport},
-    {Verb::Import, RunImport},     {Verb::Save, RunSave},     {Verb::Restore, RunRestore},     {Verb::Load, RunUnsupported}, {Verb::Unload, RunUnsupported},
+    {Verb::Import, RunImport},     {Verb::Save, RunSave},     {Verb::Restore, RunRestore},
+    {Verb::Watch, RunWatch},       {Verb::Load, RunUnsupported}, {Verb::Unload, RunUnsupported},
     {Verb::Flags, RunUnsupported},
 };
 

@@ -23,6 +23,8 @@ int RunExport(const CommandLine& line, Console& console);
 int RunImport(const CommandLine& line, Console& console);
 int RunSave(const CommandLine& line, Console& console);
 int RunRestore(const CommandLine& line, Console& console);
+// Runs until interrupted, or until /n changes were shown.
+int RunWatch(const CommandLine& line, Console& console);
 // load, unload and flags: there is nothing on this system for them to act on.
 int RunUnsupported(const CommandLine& line, Console& console);
 

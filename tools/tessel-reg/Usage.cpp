@@ -20,6 +20,7 @@ const wchar_t kToolUsage[] =
     L"  import   apply a .reg file\n"
     L"  save     write a key and everything below it to a saved-key file\n"
     L"  restore  replace a key and everything below it with a saved-key file\n"
+    L"  watch    show each change below a key as it happens\n"
     L"  load, unload, flags  not supported on this system\n"
     L"\n"
     L"KEY is ROOT\\path, where ROOT is HKLM, HKCU, HKCR, HKU or HKCC, or the long form\n"
@@ -128,6 +129,16 @@ const wchar_t kRestoreUsage[] =
     L"in one step: a program reading KEY meanwhile sees it whole before or whole after. On\n"
     L"Windows the command needs an elevated prompt holding the restore privilege\n"
     L"(SeRestorePrivilege).\n";
+const wchar_t kWatchUsage[] =
+    L"tessel-reg watch KEY [/s] [/t name|last_set|attributes|security] [/n COUNT] [/reg:32 | /reg:64]\n"
+    L"\n"
+    L"Prints one line per change of KEY, made by any process, until interrupted or COUNT\n"
+    L"changes: the time, the key's path, the kind of change (key_added, key_deleted, value_set,\n"
+    L"value_deleted, attributes or security) and, for a value, its name.\n"
+    L"  /s, --recurse            watch all sub-keys too, at any depth\n"
+    L"  /t KIND, --type KIND     watch only sub-keys added or deleted (name), values set or\n"
+    L"                           deleted (last_set), or the key's attributes or security\n"
+    L"  /n COUNT, --count COUNT  stop after COUNT changes\n";
 
 const wchar_t kUnsupportedUsage[] =
     L"\n"
@@ -167,6 +178,9 @@ std::wstring UsageText(std::optional<Verb> verb)
     case Verb::Restore:
         return std::wstring(kRestoreUsage) + kViewOptions +
                L"\nExample: tessel-reg restore HKCU\\Software\\Example example.hiv\n";
+    case Verb::Watch:
+        return std::wstring(kWatchUsage) + kViewOptions +
+               L"\nExample: tessel-reg watch HKCU\\Software\\Example /s /n 10\n";
     case Verb::Load:
         return L"tessel-reg load KEY FILE\n" + std::wstring(kUnsupportedUsage);
     case Verb::Unload:

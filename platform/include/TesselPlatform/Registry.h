@@ -77,6 +77,15 @@ typedef ACCESS_MASK REGSAM;
 #define REG_REFRESH_HIVE 0x00000002L
 #define REG_NO_LAZY_FLUSH 0x00000004L
 #define REG_FORCE_RESTORE 0x00000008L
+// What RegNotifyChangeKeyValue reports.
+#define REG_NOTIFY_CHANGE_NAME 0x00000001L
+#define REG_NOTIFY_CHANGE_ATTRIBUTES 0x00000002L
+#define REG_NOTIFY_CHANGE_LAST_SET 0x00000004L
+#define REG_NOTIFY_CHANGE_SECURITY 0x00000008L
+#define REG_NOTIFY_THREAD_AGNOSTIC 0x10000000L
+#define REG_LEGAL_CHANGE_FILTER                                                                      \
+    (REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_LAST_SET |              \
+     REG_NOTIFY_CHANGE_SECURITY | REG_NOTIFY_THREAD_AGNOSTIC)
 
 TESSEL_EXTERN_C_BEGIN
 
@@ -104,6 +113,12 @@ TESSEL_PLATFORM_API LSTATUS WINAPI RegQueryInfoKeyW(HKEY hKey, LPWSTR lpClass, L
                                                     LPDWORD lpcbMaxValueNameLen, LPDWORD lpcbMaxValueLen,
                                                     LPDWORD lpcbSecurityDescriptor, PFILETIME lpftLastWriteTime);
 TESSEL_PLATFORM_API LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey);
+// Changes committed by any process reach every process's registrations. On this system
+// REG_NOTIFY_CHANGE_SECURITY and REG_NOTIFY_CHANGE_ATTRIBUTES both report a change of what the
+// key grants (TesselRegSetKeyAccess). A key whose path isn't made yet reports any change of its
+// hive. HKEY_PERFORMANCE_DATA never changes and answers ERROR_INVALID_HANDLE.
+TESSEL_PLATFORM_API LSTATUS WINAPI RegNotifyChangeKeyValue(HKEY hKey, BOOL bWatchSubtree, DWORD dwNotifyFilter,
+                                                           HANDLE hEvent, BOOL fAsynchronous);
 
 // A key and everything below it to a new file and back (docs/saved-key-format.md). The file's
 // format is this system's own. The security attributes are not used: the file gets the

@@ -1,7 +1,7 @@
 // The system's own services, with the Windows signatures: critical sections, the thread's last
 // error, the debugger's output channel, FormatMessageW over an English table of the Win32 codes
 // and HRESULTs that the library meets, and LocalAlloc and LocalFree, which own the texts that
-// FormatMessageW allocates.
+// FormatMessageW allocates. Event objects, to wait on and to signal, with the waits over them.
 #pragma once
 
 #include <cstdarg>
@@ -38,6 +38,13 @@ typedef struct _RTL_CRITICAL_SECTION {
 #define SUBLANG_SYS_DEFAULT 0x02
 #define SUBLANG_ENGLISH_US 0x01
 #define MAKELANGID(primary, sub) static_cast<WORD>((static_cast<WORD>(sub) << 10) | static_cast<WORD>(primary))
+
+#define INFINITE 0xFFFFFFFFu
+#define MAXIMUM_WAIT_OBJECTS 64
+#define WAIT_OBJECT_0 0x00000000u
+#define WAIT_ABANDONED_0 0x00000080u
+#define WAIT_TIMEOUT 0x00000102u
+#define WAIT_FAILED 0xFFFFFFFFu
 
 #define ERROR_MR_MID_NOT_FOUND 317L
 #define ERROR_RESOURCE_LANG_NOT_FOUND 1815L
@@ -76,5 +83,28 @@ TESSEL_PLATFORM_API DWORD WINAPI FormatMessageW(DWORD dwFlags, LPCVOID lpSource,
 TESSEL_PLATFORM_API HLOCAL WINAPI LocalAlloc(UINT uFlags, SIZE_T uBytes);
 // Gives null on success, and the memory back on failure.
 TESSEL_PLATFORM_API HLOCAL WINAPI LocalFree(HLOCAL hMem);
+
+// Events of this process: a name is refused with ERROR_NOT_SUPPORTED, since no other process
+// could open it here. The security attributes change nothing. Any thread may wait and signal.
+TESSEL_PLATFORM_API HANDLE WINAPI CreateEventW(LPSECURITY_ATTRIBUTES lpEventAttributes, BOOL bManualReset,
+                                               BOOL bInitialState, LPCWSTR lpName);
+TESSEL_PLATFORM_API BOOL WINAPI SetEvent(HANDLE hEvent);
+TESSEL_PLATFORM_API BOOL WINAPI ResetEvent(HANDLE hEvent);
+// A wait that an auto-reset event satisfies resets it. WAIT_FAILED with the reason in
+// GetLastError: ERROR_INVALID_HANDLE for anything that isn't an open event, and for several
+// handles ERROR_INVALID_PARAMETER when nCount is 0 or above MAXIMUM_WAIT_OBJECTS or a handle
+// comes twice.
+TESSEL_PLATFORM_API DWORD WINAPI WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds);
+TESSEL_PLATFORM_API DWORD WINAPI WaitForMultipleObjects(DWORD nCount, const HANDLE* lpHandles, BOOL bWaitAll,
+                                                        DWORD dwMilliseconds);
+// Closes an event handle. A wait already under way on it goes on until it is satisfied or times out.
+TESSEL_PLATFORM_API BOOL WINAPI CloseHandle(HANDLE hObject);
+
+// Linux only: a file descriptor that poll and epoll report readable while the event is signalled,
+// so that an event loop can wait on it beside its own. Seeing it readable consumes nothing: the
+// loop then calls WaitForSingleObject(hEvent, 0), which resets an auto-reset event. The
+// descriptor belongs to the event and is closed with its last handle. -1 with the reason in
+// GetLastError when it can't be had.
+TESSEL_PLATFORM_API int WINAPI TesselEventDescriptor(HANDLE hEvent);
 
 TESSEL_EXTERN_C_END
