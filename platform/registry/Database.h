@@ -166,6 +166,8 @@ private:
     // of a failed change.
     void RunPastSeam(Sql which, const char* text);
     LONG Fail(int result) const;
+    // Steps a statement that changes one key's row and returns its parent and name.
+    LONG StepKeyRow(Statement& row, std::int64_t& parent, Utf16& name);
     void MapHeader();
 
     sqlite3* m_connection;

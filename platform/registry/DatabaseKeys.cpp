@@ -195,14 +195,7 @@ LONG Database::DeleteKey(std::int64_t id, std::int64_t& parent, Utf16& name)
     }
     Statement row = Use(Sql::DeleteKeyRow, "DELETE FROM key WHERE id = ?1 RETURNING parent, name");
     row.Bind(1, id);
-    const int result = row.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_FILE_NOT_FOUND;
-    if (result != SQLITE_ROW)
-        return Fail(result);
-    parent = row.Int(0);
-    name = row.Name(1);
-    return ERROR_SUCCESS;
+    return StepKeyRow(row, parent, name);
 }
 
 LONG Database::SetAccess(std::int64_t id, REGSAM granted, std::int64_t& parent, Utf16& name)
@@ -210,13 +203,18 @@ LONG Database::SetAccess(std::int64_t id, REGSAM granted, std::int64_t& parent, 
     Statement update = Use(Sql::SetAccess, "UPDATE key SET access = ?2 WHERE id = ?1 RETURNING parent, name");
     update.Bind(1, id);
     update.Bind(2, granted);
-    const int result = update.Step();
+    return StepKeyRow(update, parent, name);
+}
+
+LONG Database::StepKeyRow(Statement& row, std::int64_t& parent, Utf16& name)
+{
+    const int result = row.Step();
     if (result == SQLITE_DONE)
         return ERROR_FILE_NOT_FOUND;
     if (result != SQLITE_ROW)
         return Fail(result);
-    parent = update.Int(0);
-    name = update.Name(1);
+    parent = row.Int(0);
+    name = row.Name(1);
     return ERROR_SUCCESS;
 }
 
