@@ -8,7 +8,6 @@ cd "$(dirname "$0")/.."
 scripts/bootstrap.sh
 
 build=build
-ctest_args=()
 flags=(-DTESSEL_WERROR="${TESSEL_WERROR:-OFF}")
 if [ "${1:-}" = "--sanitize" ]; then
   build=build-sanitize
@@ -29,10 +28,6 @@ elif [ "${1:-}" = "--tsan" ]; then
           "-DCMAKE_SHARED_LINKER_FLAGS=-fsanitize=thread")
   # Forked children that start threads are part of the store's contract, so they must run on.
   export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:die_after_fork=0:exitcode=66${TSAN_OPTIONS:+:$TSAN_OPTIONS}"
-  # Known defect, being fixed: the change watcher's thread takes the writers' lock and its own in
-  # an order that ThreadSanitizer reports as a possible deadlock, and the synchronous-call test
-  # shares a flag with its thread unguarded. These tests still run in the other stages.
-  ctest_args=(-E '^RegistryNotify\.(AChangeInAnotherProcessSignals|AKilledWriterSignalsOnlyWhatItCommitted|ASynchronousCallReturnsAtTheChange|AThousandRegistrationsAreEachSignalledByTheirOwnChangesOnly)$')
 fi
 
 cmake -S . -B "$build" "${flags[@]}" >/dev/null
@@ -40,7 +35,7 @@ cmake --build "$build" -j"$(nproc)"
 if [ "$build" = build ]; then
   scripts/package-check.sh "$build"
 fi
-ctest --test-dir "$build" --output-on-failure -j"$(nproc)" "${ctest_args[@]}"
+ctest --test-dir "$build" --output-on-failure -j"$(nproc)"
 if [ "$build" = build ]; then
   scripts/reliability.sh --short "$build"
 fi

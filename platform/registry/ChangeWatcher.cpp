@@ -114,9 +114,15 @@ namespace {
 
 ChangeWatcher::State* g_state = nullptr;
 
-void Signal(const Registration& registration)
+// The events of registrations that fired, signalled once the state's lock is let go: SetEvent
+// takes the events' own lock, which a fork takes before the state's, so it is never waited for
+// under the state's lock.
+using Signals = std::vector<HANDLE>;
+
+void SignalAll(const Signals& events)
 {
-    SetEvent(registration.event);
+    for (HANDLE event : events)
+        SetEvent(event);
 }
 
 } // namespace
@@ -197,10 +203,14 @@ public:
                 ++settle;
             }
             WaitForWriters();
-            std::lock_guard<std::mutex> guard(m_state.lock);
-            Arm(m_state);
-            for (int hive = 0; hive < HiveCount; ++hive)
-                Scan(m_state, static_cast<HiveId>(hive));
+            Signals signals;
+            {
+                std::lock_guard<std::mutex> guard(m_state.lock);
+                Arm(m_state);
+                for (int hive = 0; hive < HiveCount; ++hive)
+                    Scan(m_state, static_cast<HiveId>(hive), signals);
+            }
+            SignalAll(signals);
         }
     }
 
@@ -222,8 +232,9 @@ public:
         }
     }
 
-    // Reads the hive's record past what was seen and signals what matches. Called with the lock.
-    static void Scan(ChangeWatcher::State& state, HiveId id)
+    // Reads the hive's record past what was seen and takes what matches into signals. Called
+    // with the lock.
+    static void Scan(ChangeWatcher::State& state, HiveId id, Signals& signals)
     {
         HiveWatch& hive = state.hives[static_cast<int>(id)];
         if (!Open(hive) || std::none_of(state.pending.begin(), state.pending.end(),
@@ -259,16 +270,16 @@ public:
                 fire[i] = true;
         }
         hive.seen = std::max(hive.seen, last);
-        Fire(state, fire);
+        Take(state, fire, signals);
     }
 
-    // Signals and drops the registrations marked. Called with the lock.
-    static void Fire(ChangeWatcher::State& state, const std::vector<bool>& fire)
+    // Drops the registrations marked and adds their events to signals. Called with the lock.
+    static void Take(ChangeWatcher::State& state, const std::vector<bool>& fire, Signals& signals)
     {
         std::size_t kept = 0;
         for (std::size_t i = 0; i < state.pending.size(); ++i) {
             if (fire[i])
-                Signal(state.pending[i].registration);
+                signals.push_back(state.pending[i].registration.event);
             else
                 state.pending[kept++] = state.pending[i];
         }
@@ -345,6 +356,29 @@ LONG Start(ChangeWatcher::State& state)
     return ERROR_SUCCESS;
 }
 
+// Enters a registration whose key was located, reading again what the thread read past its
+// start meanwhile. Called with the lock.
+void Enter(ChangeWatcher::State& state, const Pending& entry, Signals& signals)
+{
+    const Registration& registration = entry.registration;
+    const std::int64_t after = entry.after;
+    HiveWatch& hive = state.hives[static_cast<int>(registration.hive)];
+    const bool alone = std::none_of(state.pending.begin(), state.pending.end(),
+                                    [&](const Pending& p) { return p.registration.hive == registration.hive; });
+    state.pending.push_back(entry);
+    state.any = true;
+    if (alone && hive.seen < after) {
+        // Nothing before this registration's changes needs reading.
+        hive.seen = after;
+    } else if (hive.seen > after) {
+        // The thread read past this registration's start while the key was located.
+        const std::int64_t seen = hive.seen;
+        hive.seen = after;
+        WatcherThread::Scan(state, registration.hive, signals);
+        hive.seen = std::max(hive.seen, seen);
+    }
+}
+
 } // namespace
 
 LONG ChangeWatcher::Add(Registration registration, const std::function<LONG(std::int64_t& key)>& locate)
@@ -373,21 +407,12 @@ LONG ChangeWatcher::Add(Registration registration, const std::function<LONG(std:
     const LONG located = locate(registration.key);
     if (located != ERROR_SUCCESS)
         return located;
-    std::lock_guard<std::mutex> guard(state.lock);
-    const bool alone = std::none_of(state.pending.begin(), state.pending.end(),
-                                    [&](const Pending& p) { return p.registration.hive == registration.hive; });
-    state.pending.push_back(Pending{registration, after});
-    state.any = true;
-    if (alone && hive.seen < after) {
-        // Nothing before this registration's changes needs reading.
-        hive.seen = after;
-    } else if (hive.seen > after) {
-        // The thread read past this registration's start while the key was located.
-        const std::int64_t seen = hive.seen;
-        hive.seen = after;
-        WatcherThread::Scan(state, registration.hive);
-        hive.seen = std::max(hive.seen, seen);
+    Signals signals;
+    {
+        std::lock_guard<std::mutex> guard(state.lock);
+        Enter(state, Pending{registration, after}, signals);
     }
+    SignalAll(signals);
     return ERROR_SUCCESS;
 }
 
@@ -396,11 +421,15 @@ void ChangeWatcher::FireWhere(Which&& which)
 {
     if (!m_state.any)
         return;
-    std::lock_guard<std::mutex> guard(m_state.lock);
-    std::vector<bool> fire(m_state.pending.size());
-    for (std::size_t i = 0; i < fire.size(); ++i)
-        fire[i] = which(m_state.pending[i].registration);
-    WatcherThread::Fire(m_state, fire);
+    Signals signals;
+    {
+        std::lock_guard<std::mutex> guard(m_state.lock);
+        std::vector<bool> fire(m_state.pending.size());
+        for (std::size_t i = 0; i < fire.size(); ++i)
+            fire[i] = which(m_state.pending[i].registration);
+        WatcherThread::Take(m_state, fire, signals);
+    }
+    SignalAll(signals);
 }
 
 void ChangeWatcher::HandleClosed(HKEY handle)

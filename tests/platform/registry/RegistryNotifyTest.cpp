@@ -7,6 +7,7 @@
 
 #ifndef _WIN32
 
+#include <atomic>
 #include <csignal>
 #include <memory>
 #include <string>
@@ -188,7 +189,7 @@ TEST(RegistryNotify, ASynchronousCallReturnsAtTheChange)
     ScopedKey key;
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, kTestRoot, key));
     Event registered;
-    LONG status = ERROR_INVALID_FUNCTION;
+    std::atomic<LONG> status{ERROR_INVALID_FUNCTION}; // read by this thread while the waiter sets it
     std::thread waiter([&] {
         SetEvent(registered.Get());
         status = RegNotifyChangeKeyValue(key.Get(), FALSE, REG_NOTIFY_CHANGE_LAST_SET, nullptr, FALSE);
@@ -200,7 +201,7 @@ TEST(RegistryNotify, ASynchronousCallReturnsAtTheChange)
         usleep(10000);
     }
     waiter.join();
-    EXPECT_EQ(ERROR_SUCCESS, status);
+    EXPECT_EQ(ERROR_SUCCESS, status.load());
 }
 
 TEST(RegistryNotify, BadArgumentsGiveTheirCodes)
