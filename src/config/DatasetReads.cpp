@@ -18,126 +18,126 @@ DatasetReads<Interface>::~DatasetReads() = default;
 template <class Interface>
 int DatasetReads<Interface>::GetInt(const std::wstring& name) const
 {
-    return Read<int, &RegistryDataset::FetchInt>(name, 0, true);
+    return Read<int, &RegistryDataset::FetchInt>(name);
 }
 
 template <class Interface>
 unsigned int DatasetReads<Interface>::GetUInt(const std::wstring& name) const
 {
-    return Read<unsigned int, &RegistryDataset::FetchUInt>(name, 0, true);
+    return Read<unsigned int, &RegistryDataset::FetchUInt>(name);
 }
 
 template <class Interface>
 double DatasetReads<Interface>::GetDouble(const std::wstring& name) const
 {
-    return Read<double, &RegistryDataset::FetchDouble>(name, 0.0, true);
+    return Read<double, &RegistryDataset::FetchDouble>(name);
 }
 
 template <class Interface>
 bool DatasetReads<Interface>::GetBool(const std::wstring& name) const
 {
-    return Read<bool, &RegistryDataset::FetchBool>(name, false, true);
+    return Read<bool, &RegistryDataset::FetchBool>(name);
 }
 
 template <class Interface>
 std::wstring DatasetReads<Interface>::GetString(const std::wstring& name) const
 {
-    return Read<std::wstring, &RegistryDataset::FetchString>(name, {}, true);
+    return Read<std::wstring, &RegistryDataset::FetchString>(name);
 }
 
 template <class Interface>
 std::vector<int> DatasetReads<Interface>::GetIntList(const std::wstring& name) const
 {
-    return Read<std::vector<int>, &RegistryDataset::FetchIntList>(name, {}, true);
+    return Read<std::vector<int>, &RegistryDataset::FetchIntList>(name);
 }
 
 template <class Interface>
 std::vector<unsigned int> DatasetReads<Interface>::GetUIntList(const std::wstring& name) const
 {
-    return Read<std::vector<unsigned int>, &RegistryDataset::FetchUIntList>(name, {}, true);
+    return Read<std::vector<unsigned int>, &RegistryDataset::FetchUIntList>(name);
 }
 
 template <class Interface>
 std::vector<double> DatasetReads<Interface>::GetDoubleList(const std::wstring& name) const
 {
-    return Read<std::vector<double>, &RegistryDataset::FetchDoubleList>(name, {}, true);
+    return Read<std::vector<double>, &RegistryDataset::FetchDoubleList>(name);
 }
 
 template <class Interface>
 std::vector<bool> DatasetReads<Interface>::GetBoolList(const std::wstring& name) const
 {
-    return Read<std::vector<bool>, &RegistryDataset::FetchBoolList>(name, {}, true);
+    return Read<std::vector<bool>, &RegistryDataset::FetchBoolList>(name);
 }
 
 template <class Interface>
 std::vector<std::wstring> DatasetReads<Interface>::GetStringList(const std::wstring& name) const
 {
-    return Read<std::vector<std::wstring>, &RegistryDataset::FetchStringList>(name, {}, true);
+    return Read<std::vector<std::wstring>, &RegistryDataset::FetchStringList>(name);
 }
 
 template <class Interface>
 int DatasetReads<Interface>::GetIntOr(const std::wstring& name, int defaultValue) const
 {
-    return Read<int, &RegistryDataset::FetchInt>(name, defaultValue, false);
+    return ReadOr<int, &RegistryDataset::FetchInt>(name, defaultValue);
 }
 
 template <class Interface>
 unsigned int DatasetReads<Interface>::GetUIntOr(const std::wstring& name, unsigned int defaultValue) const
 {
-    return Read<unsigned int, &RegistryDataset::FetchUInt>(name, defaultValue, false);
+    return ReadOr<unsigned int, &RegistryDataset::FetchUInt>(name, defaultValue);
 }
 
 template <class Interface>
 double DatasetReads<Interface>::GetDoubleOr(const std::wstring& name, double defaultValue) const
 {
-    return Read<double, &RegistryDataset::FetchDouble>(name, defaultValue, false);
+    return ReadOr<double, &RegistryDataset::FetchDouble>(name, defaultValue);
 }
 
 template <class Interface>
 bool DatasetReads<Interface>::GetBoolOr(const std::wstring& name, bool defaultValue) const
 {
-    return Read<bool, &RegistryDataset::FetchBool>(name, defaultValue, false);
+    return ReadOr<bool, &RegistryDataset::FetchBool>(name, defaultValue);
 }
 
 template <class Interface>
 std::wstring DatasetReads<Interface>::GetStringOr(const std::wstring& name, const std::wstring& defaultValue) const
 {
-    return Read<std::wstring, &RegistryDataset::FetchString>(name, defaultValue, false);
+    return ReadOr<std::wstring, &RegistryDataset::FetchString>(name, defaultValue);
 }
 
 template <class Interface>
 std::vector<int> DatasetReads<Interface>::GetIntListOr(const std::wstring& name,
                                                        const std::vector<int>& defaultValue) const
 {
-    return Read<std::vector<int>, &RegistryDataset::FetchIntList>(name, defaultValue, false);
+    return ReadOr<std::vector<int>, &RegistryDataset::FetchIntList>(name, defaultValue);
 }
 
 template <class Interface>
 std::vector<unsigned int> DatasetReads<Interface>::GetUIntListOr(const std::wstring& name,
                                                                  const std::vector<unsigned int>& defaultValue) const
 {
-    return Read<std::vector<unsigned int>, &RegistryDataset::FetchUIntList>(name, defaultValue, false);
+    return ReadOr<std::vector<unsigned int>, &RegistryDataset::FetchUIntList>(name, defaultValue);
 }
 
 template <class Interface>
 std::vector<double> DatasetReads<Interface>::GetDoubleListOr(const std::wstring& name,
                                                              const std::vector<double>& defaultValue) const
 {
-    return Read<std::vector<double>, &RegistryDataset::FetchDoubleList>(name, defaultValue, false);
+    return ReadOr<std::vector<double>, &RegistryDataset::FetchDoubleList>(name, defaultValue);
 }
 
 template <class Interface>
 std::vector<bool> DatasetReads<Interface>::GetBoolListOr(const std::wstring& name,
                                                          const std::vector<bool>& defaultValue) const
 {
-    return Read<std::vector<bool>, &RegistryDataset::FetchBoolList>(name, defaultValue, false);
+    return ReadOr<std::vector<bool>, &RegistryDataset::FetchBoolList>(name, defaultValue);
 }
 
 template <class Interface>
 std::vector<std::wstring> DatasetReads<Interface>::GetStringListOr(const std::wstring& name,
                                                                    const std::vector<std::wstring>& defaultValue) const
 {
-    return Read<std::vector<std::wstring>, &RegistryDataset::FetchStringList>(name, defaultValue, false);
+    return ReadOr<std::vector<std::wstring>, &RegistryDataset::FetchStringList>(name, defaultValue);
 }
 
 template <class Interface>

@@ -61,11 +61,21 @@ protected:
     using Fetch = void (RegistryDataset::*)(const std::wstring&, T&, bool, bool) const;
 
     // A required read starts from a value-initialised result, an optional one from the default.
-    // The fetch is a template argument, so that the read path makes a direct call.
+    // The fetch is a template argument, so that the read path makes a direct call, and the
+    // result is built in the caller's place.
     template <class T, Fetch<T> kFetch>
-    T Read(const std::wstring& name, T value, bool required) const
+    T Read(const std::wstring& name) const
     {
-        (m_dataset.*kFetch)(name, value, required, true);
+        T value{};
+        (m_dataset.*kFetch)(name, value, true, true);
+        return value;
+    }
+
+    template <class T, Fetch<T> kFetch>
+    T ReadOr(const std::wstring& name, const T& defaultValue) const
+    {
+        T value(defaultValue);
+        (m_dataset.*kFetch)(name, value, false, true);
         return value;
     }
 

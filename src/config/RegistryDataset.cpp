@@ -75,6 +75,8 @@ struct RegistryDataset::TextValue {
 
     // Up to the first NUL or the end of the data, whichever comes first.
     std::wstring Text() const { return WideTextFromUtf16(bytes, size); }
+    // The same into value, built in place: the read path's string is made once, not moved.
+    void TextInto(std::wstring& value) const { AssignWideFromUtf16Units(value, bytes, size / 2, true); }
 };
 
 RegistryDataset::RegistryDataset(const std::wstring& location, ULONG regOverride, bool mustExist,
@@ -197,7 +199,7 @@ void RegistryDataset::FetchString(const std::wstring& name, std::wstring& value,
 {
     TextValue text;
     if (FetchText(name, REG_SZ, required, strict, text))
-        value = text.Text();
+        text.TextInto(value);
 }
 
 void RegistryDataset::FetchUInt(const std::wstring& name, unsigned int& value, bool required, bool strict) const

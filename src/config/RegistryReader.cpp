@@ -24,22 +24,22 @@ RegistryReader::~RegistryReader() = default;
 
 double RegistryReader::GetDoubleCoerced(const std::wstring& name) const
 {
-    return Read<double, &RegistryDataset::FetchDoubleCoerced>(name, 0.0, true);
+    return Read<double, &RegistryDataset::FetchDoubleCoerced>(name);
 }
 
 std::wstring RegistryReader::GetStringCoerced(const std::wstring& name) const
 {
-    return Read<std::wstring, &RegistryDataset::FetchStringCoerced>(name, {}, true);
+    return Read<std::wstring, &RegistryDataset::FetchStringCoerced>(name);
 }
 
 double RegistryReader::GetDoubleCoercedOr(const std::wstring& name, double defaultValue) const
 {
-    return Read<double, &RegistryDataset::FetchDoubleCoerced>(name, defaultValue, false);
+    return ReadOr<double, &RegistryDataset::FetchDoubleCoerced>(name, defaultValue);
 }
 
 std::wstring RegistryReader::GetStringCoercedOr(const std::wstring& name, const std::wstring& defaultValue) const
 {
-    return Read<std::wstring, &RegistryDataset::FetchStringCoerced>(name, defaultValue, false);
+    return ReadOr<std::wstring, &RegistryDataset::FetchStringCoerced>(name, defaultValue);
 }
 
 std::shared_ptr<IConfigReader> RegistryReader::GetSubDataset(const std::wstring& subName) const

@@ -45,15 +45,16 @@ TEST(Utf16Data, RoundTripsEveryKindOfUnit)
     }
 }
 
-// Checks that the four-units-at-a-time path and the one-unit path agree wherever a surrogate pair,
-// a lone surrogate or a NUL falls, in texts on both sides of the stack buffer's size.
+// Checks that the paths of eight and four units at a time and the one-unit path agree wherever a
+// surrogate pair, a lone surrogate or a NUL falls: at every position of a short text, and at
+// every offset within a block of a long one.
 TEST(Utf16Data, EveryPositionOfASpecialUnitReadsBack)
 {
     const std::wstring pair = L"\U0001F600";
     const std::wstring specials[] = {pair, std::wstring(1, static_cast<wchar_t>(0xDC01)),
                                      std::wstring(1, static_cast<wchar_t>(0xD801))};
-    for (const size_t length : {size_t{7}, size_t{300}}) {
-        for (size_t at = 0; at + 1 < length; at += length < 10 ? 1 : 37) {
+    for (const size_t length : {size_t{7}, size_t{29}, size_t{300}}) {
+        for (size_t at = 0; at + 1 < length; at += length < 30 ? 1 : 37) {
             for (const std::wstring& special : specials) {
                 std::wstring text(length, L'x');
                 text.replace(at, 1, special);
