@@ -92,6 +92,14 @@ bool IsPerformance(const Target& target)
     return target.root != nullptr && target.root->kind == RootKind::Performance;
 }
 
+LONG StoreTargetOf(HKEY key, LONG performanceStatus, Target& out)
+{
+    const LONG status = TargetOf(key, out);
+    if (status != ERROR_SUCCESS)
+        return status;
+    return IsPerformance(out) ? performanceStatus : ERROR_SUCCESS;
+}
+
 bool HandleOpenedWith(const Target& target, REGSAM rights)
 {
     return (target.handle.access & rights) == rights;

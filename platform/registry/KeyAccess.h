@@ -38,6 +38,10 @@ LONG TargetOf(HKEY key, Target& out);
 // HKEY_PERFORMANCE_DATA and its text keys: they hold nothing and take nothing.
 bool IsPerformance(const Target& target);
 
+// TargetOf for a call on the store, which refuses the performance keys with performanceStatus:
+// each call has its own documented status for them.
+LONG StoreTargetOf(HKEY key, LONG performanceStatus, Target& out);
+
 // Whether the handle was opened with rights. A predefined key's own handle passes here; what it
 // may do is what its key grants, which only the store can tell (see HandleAllows).
 bool HandleOpenedWith(const Target& target, REGSAM rights);

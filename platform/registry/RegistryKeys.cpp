@@ -29,11 +29,9 @@ LONG DeleteArguments(HKEY hKey, LPCWSTR subKey, Target& target, std::vector<Utf1
 {
     if (subKey == nullptr)
         return ERROR_INVALID_PARAMETER;
-    const LONG status = TargetOf(hKey, target);
+    const LONG status = StoreTargetOf(hKey, ERROR_ACCESS_DENIED, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_ACCESS_DENIED;
     return SplitPath(subKey, parts);
 }
 
@@ -84,11 +82,9 @@ LSTATUS WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD /*Reserved*/, 
     if (lpSubKey == nullptr || ConflictingViews(samDesired))
         return ERROR_INVALID_PARAMETER;
     Target target;
-    LONG status = TargetOf(hKey, target);
+    LONG status = StoreTargetOf(hKey, ERROR_ACCESS_DENIED, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_ACCESS_DENIED;
     thread_local std::vector<Utf16> parts;
     status = SplitPath(lpSubKey, parts);
     if (status != ERROR_SUCCESS)
@@ -139,11 +135,9 @@ LSTATUS WINAPI SHDeleteKeyW(HKEY hKey, LPCWSTR pszSubKey)
 LSTATUS WINAPI TesselRegSetKeyAccess(HKEY hKey, REGSAM granted)
 {
     Target target;
-    const LONG status = TargetOf(hKey, target);
+    const LONG status = StoreTargetOf(hKey, ERROR_ACCESS_DENIED, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_ACCESS_DENIED;
     return SetKeyAccess(target, granted);
 }
 

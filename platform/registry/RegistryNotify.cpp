@@ -16,11 +16,9 @@ constexpr DWORD kChangeKinds =
 
 LONG CheckArguments(HKEY hKey, DWORD filter, HANDLE event, BOOL asynchronous, Target& target)
 {
-    LONG status = TargetOf(hKey, target);
+    LONG status = StoreTargetOf(hKey, ERROR_INVALID_HANDLE, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_INVALID_HANDLE;
     if ((filter & ~static_cast<DWORD>(REG_LEGAL_CHANGE_FILTER)) != 0 || (filter & kChangeKinds) == 0)
         return ERROR_INVALID_PARAMETER;
     if (asynchronous && event == nullptr)

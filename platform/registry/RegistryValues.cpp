@@ -50,11 +50,9 @@ LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserv
     if (lpReserved != nullptr || (lpData != nullptr && lpcbData == nullptr))
         return ERROR_INVALID_PARAMETER;
     Target target;
-    LONG status = TargetOf(hKey, target);
+    LONG status = StoreTargetOf(hKey, ERROR_FILE_NOT_FOUND, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_FILE_NOT_FOUND;
     if (!HandleOpenedWith(target, KEY_QUERY_VALUE))
         return ERROR_ACCESS_DENIED;
     Utf16 name;
@@ -114,11 +112,9 @@ LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lp
         (lpClass != nullptr && lpcchClass == nullptr))
         return ERROR_INVALID_PARAMETER;
     Target target;
-    const LONG status = TargetOf(hKey, target);
+    const LONG status = StoreTargetOf(hKey, ERROR_NO_MORE_ITEMS, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_NO_MORE_ITEMS;
     if (!HandleOpenedWith(target, KEY_ENUMERATE_SUB_KEYS))
         return ERROR_ACCESS_DENIED;
     return ReadKey(target, KEY_ENUMERATE_SUB_KEYS, ERROR_NO_MORE_ITEMS, [&](Hive& hive, const KeyRecord& key) -> LONG {
@@ -159,11 +155,9 @@ LSTATUS WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWO
         (lpData != nullptr && lpcbData == nullptr))
         return ERROR_INVALID_PARAMETER;
     Target target;
-    const LONG status = TargetOf(hKey, target);
+    const LONG status = StoreTargetOf(hKey, ERROR_NO_MORE_ITEMS, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_NO_MORE_ITEMS;
     if (!HandleOpenedWith(target, KEY_QUERY_VALUE))
         return ERROR_ACCESS_DENIED;
     return ReadKey(target, KEY_QUERY_VALUE, ERROR_NO_MORE_ITEMS, [&](Hive& hive, const KeyRecord& key) -> LONG {

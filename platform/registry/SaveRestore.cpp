@@ -68,11 +68,9 @@ LONG SaveKey(HKEY hKey, LPCWSTR lpFile, bool hiveRootOnly)
     if (lpFile == nullptr || *lpFile == L'\0')
         return ERROR_INVALID_PARAMETER;
     Target target;
-    LONG status = TargetOf(hKey, target);
+    LONG status = StoreTargetOf(hKey, ERROR_ACCESS_DENIED, target);
     if (status != ERROR_SUCCESS)
         return status;
-    if (IsPerformance(target))
-        return ERROR_ACCESS_DENIED;
     const std::string path = TesselPlatform::Text::ToUtf8(lpFile);
     if (path.empty())
         return ERROR_INVALID_NAME;
