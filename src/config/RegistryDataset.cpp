@@ -77,6 +77,16 @@ struct RegistryDataset::TextValue {
     std::wstring Text() const { return WideTextFromUtf16(bytes, size); }
     // The same into value, built in place: the read path's string is made once, not moved.
     void TextInto(std::wstring& value) const { AssignWideFromUtf16Units(value, bytes, size / 2, true); }
+
+    // The same in a string that each thread keeps, for the reads that only parse the text: they
+    // allocate nothing once their thread has read a text as long. Valid until the thread's next
+    // such read.
+    const std::wstring& ParsedText() const
+    {
+        thread_local std::wstring scratch;
+        TextInto(scratch);
+        return scratch;
+    }
 };
 
 RegistryDataset::RegistryDataset(const std::wstring& location, ULONG regOverride, bool mustExist,
@@ -214,21 +224,21 @@ void RegistryDataset::FetchInt(const std::wstring& name, int& value, bool requir
 {
     TextValue text;
     if (FetchText(name, REG_SZ, required, strict, text))
-        value = ToInt(text.Text());
+        value = ToInt(text.ParsedText());
 }
 
 void RegistryDataset::FetchDouble(const std::wstring& name, double& value, bool required, bool strict) const
 {
     TextValue text;
     if (FetchText(name, REG_SZ, required, strict, text))
-        value = ToDouble(text.Text());
+        value = ToDouble(text.ParsedText());
 }
 
 void RegistryDataset::FetchBool(const std::wstring& name, bool& value, bool required, bool strict) const
 {
     TextValue text;
     if (FetchText(name, REG_SZ, required, strict, text))
-        value = ToBool(text.Text());
+        value = ToBool(text.ParsedText());
 }
 
 template <class Item, class Convert>
