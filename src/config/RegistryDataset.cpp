@@ -79,8 +79,8 @@ struct RegistryDataset::TextValue {
     void TextInto(std::wstring& value) const { AssignWideFromUtf16Units(value, bytes, size / 2, true); }
 
     // The same in a string that each thread keeps, for the reads that only parse the text: they
-    // allocate nothing once their thread has read a text as long. Valid until the thread's next
-    // such read.
+    // allocate nothing once their thread has read a text as long, and a thread keeps at most one
+    // read buffer's worth. Valid until the thread's next such read.
     const std::wstring& ParsedText() const
     {
         thread_local std::wstring scratch;
