@@ -279,6 +279,20 @@ LONG Database::Fail(int result) const
     return StatusFromSqlite(result, m_writing);
 }
 
+LONG Database::StepRow(Statement& query, LONG absent)
+{
+    const int result = query.Step();
+    if (result == SQLITE_ROW)
+        return ERROR_SUCCESS;
+    return result == SQLITE_DONE ? absent : Fail(result);
+}
+
+LONG Database::StepDone(Statement& statement)
+{
+    const int result = statement.Step();
+    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+}
+
 LONG Database::Begin()
 {
     m_writing = true;

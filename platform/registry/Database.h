@@ -166,6 +166,11 @@ private:
     // of a failed change.
     void RunPastSeam(Sql which, const char* text);
     LONG Fail(int result) const;
+    // Steps a statement that gives at most one row: ERROR_SUCCESS with the row to read, absent
+    // when there is none, the store's status for any other outcome.
+    LONG StepRow(Statement& query, LONG absent);
+    // Steps a statement that gives no rows to its end.
+    LONG StepDone(Statement& statement);
     // Steps a statement that changes one key's row and returns its parent and name.
     LONG StepKeyRow(Statement& row, std::int64_t& parent, Utf16& name);
     void MapHeader();

@@ -84,9 +84,9 @@ LONG Database::RecordChange(const ChangeRecord& change, std::int64_t& seq)
         insert.Bind(3, change.parent);
         insert.BindBlob(4, name);
         insert.BindBlob(5, ancestors);
-        const int result = insert.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
+        const LONG status = StepDone(insert);
+        if (status != ERROR_SUCCESS)
+            return status;
     }
     // The newest change is never cut, so numbers keep rising past any cut.
     seq = sqlite3_last_insert_rowid(m_connection);
@@ -94,8 +94,7 @@ LONG Database::RecordChange(const ChangeRecord& change, std::int64_t& seq)
         return ERROR_SUCCESS;
     Statement prune = Use(Sql::PruneChanges, "DELETE FROM change WHERE seq <= ?1");
     prune.Bind(1, seq - ChangeRecordLength);
-    const int result = prune.Step();
-    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+    return StepDone(prune);
 }
 
 } // namespace TesselPlatform::Registry

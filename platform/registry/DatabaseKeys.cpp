@@ -37,11 +37,9 @@ LONG Database::FindKey(std::int64_t id, KeyRecord& out)
 {
     Statement query = Use(Sql::KeyById, "SELECT access, depth, parent FROM key WHERE id = ?1");
     query.Bind(1, id);
-    const int result = query.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_FILE_NOT_FOUND;
-    if (result != SQLITE_ROW)
-        return Fail(result);
+    const LONG status = StepRow(query, ERROR_FILE_NOT_FOUND);
+    if (status != ERROR_SUCCESS)
+        return status;
     out = KeyFromRow(query, id, 0);
     return ERROR_SUCCESS;
 }
@@ -51,11 +49,9 @@ LONG Database::FindChild(const KeyRecord& parent, const std::string& fold, KeyRe
     Statement query = Use(Sql::Child, "SELECT id, access, depth, parent FROM key WHERE parent = ?1 AND fold = ?2");
     query.Bind(1, parent.id);
     query.BindBlob(2, fold);
-    const int result = query.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_FILE_NOT_FOUND;
-    if (result != SQLITE_ROW)
-        return Fail(result);
+    const LONG status = StepRow(query, ERROR_FILE_NOT_FOUND);
+    if (status != ERROR_SUCCESS)
+        return status;
     out = KeyFromRow(query, query.Int(0), 1);
     return ERROR_SUCCESS;
 }
@@ -67,11 +63,9 @@ LONG Database::KeyInfo(std::int64_t id, Utf16& className, std::int64_t& written)
     Statement query = Use(Sql::KeyInfo, "SELECT class, MAX(written, IFNULL((SELECT MAX(written) FROM value "
                                         "WHERE key = ?1), 0)) FROM key WHERE id = ?1");
     query.Bind(1, id);
-    const int result = query.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_FILE_NOT_FOUND;
-    if (result != SQLITE_ROW)
-        return Fail(result);
+    const LONG status = StepRow(query, ERROR_FILE_NOT_FOUND);
+    if (status != ERROR_SUCCESS)
+        return status;
     className = query.IsNull(0) ? Utf16() : query.Name(0);
     written = query.Int(1);
     return ERROR_SUCCESS;
@@ -95,11 +89,9 @@ LONG Database::SubKeyAt(std::int64_t key, DWORD index, SubKeyEntry& out)
                                         "ORDER BY fold LIMIT 1 OFFSET ?2");
     query.Bind(1, key);
     query.Bind(2, index);
-    const int result = query.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_NO_MORE_ITEMS;
-    if (result != SQLITE_ROW)
-        return Fail(result);
+    const LONG status = StepRow(query, ERROR_NO_MORE_ITEMS);
+    if (status != ERROR_SUCCESS)
+        return status;
     out = SubKeyFromRow(query);
     return ERROR_SUCCESS;
 }
@@ -150,9 +142,9 @@ LONG Database::InsertKey(const KeyRecord& parent, const Utf16& name, const std::
     insert.Bind(5, KEY_ALL_ACCESS);
     insert.Bind(6, parent.depth + 1);
     insert.Bind(7, FileTimeNow());
-    const int result = insert.Step();
-    if (result != SQLITE_DONE)
-        return Fail(result);
+    const LONG status = StepDone(insert);
+    if (status != ERROR_SUCCESS)
+        return status;
     out = KeyRecord{sqlite3_last_insert_rowid(m_connection), parent.id, KEY_ALL_ACCESS, parent.depth + 1};
     return ERROR_SUCCESS;
 }
@@ -162,8 +154,7 @@ LONG Database::TouchKey(std::int64_t id)
     Statement update = Use(Sql::TouchKey, "UPDATE key SET written = ?2 WHERE id = ?1");
     update.Bind(1, id);
     update.Bind(2, FileTimeNow());
-    const int result = update.Step();
-    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+    return StepDone(update);
 }
 
 LONG Database::SetWritten(std::int64_t id, std::int64_t written)
@@ -172,16 +163,15 @@ LONG Database::SetWritten(std::int64_t id, std::int64_t written)
         Statement update = Use(Sql::SetKeyWritten, "UPDATE key SET written = ?2 WHERE id = ?1");
         update.Bind(1, id);
         update.Bind(2, written);
-        const int result = update.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
+        const LONG status = StepDone(update);
+        if (status != ERROR_SUCCESS)
+            return status;
     }
     // A key's last write is its own or its newest value's: the values must not be newer.
     Statement update = Use(Sql::SetValuesWritten, "UPDATE value SET written = ?2 WHERE key = ?1");
     update.Bind(1, id);
     update.Bind(2, written);
-    const int result = update.Step();
-    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+    return StepDone(update);
 }
 
 LONG Database::DeleteKey(std::int64_t id, std::int64_t& parent, Utf16& name)
@@ -189,9 +179,9 @@ LONG Database::DeleteKey(std::int64_t id, std::int64_t& parent, Utf16& name)
     {
         Statement values = Use(Sql::DeleteKeyValues, "DELETE FROM value WHERE key = ?1");
         values.Bind(1, id);
-        const int result = values.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
+        const LONG status = StepDone(values);
+        if (status != ERROR_SUCCESS)
+            return status;
     }
     Statement row = Use(Sql::DeleteKeyRow, "DELETE FROM key WHERE id = ?1 RETURNING parent, name");
     row.Bind(1, id);
@@ -208,11 +198,9 @@ LONG Database::SetAccess(std::int64_t id, REGSAM granted, std::int64_t& parent, 
 
 LONG Database::StepKeyRow(Statement& row, std::int64_t& parent, Utf16& name)
 {
-    const int result = row.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_FILE_NOT_FOUND;
-    if (result != SQLITE_ROW)
-        return Fail(result);
+    const LONG status = StepRow(row, ERROR_FILE_NOT_FOUND);
+    if (status != ERROR_SUCCESS)
+        return status;
     parent = row.Int(0);
     name = row.Name(1);
     return ERROR_SUCCESS;

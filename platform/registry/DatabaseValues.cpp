@@ -11,11 +11,9 @@ LONG Database::FindValue(std::int64_t key, const std::string& fold, ValueRecord&
     Statement query = Use(Sql::ValueGet, "SELECT type, data FROM value WHERE key = ?1 AND fold = ?2");
     query.Bind(1, key);
     query.BindBlob(2, fold);
-    const int result = query.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_FILE_NOT_FOUND;
-    if (result != SQLITE_ROW)
-        return Fail(result);
+    const LONG status = StepRow(query, ERROR_FILE_NOT_FOUND);
+    if (status != ERROR_SUCCESS)
+        return status;
     out.type = static_cast<DWORD>(query.Int(0));
     out.data = query.Blob(1);
     return ERROR_SUCCESS;
@@ -50,9 +48,9 @@ LONG Database::UpsertValue(std::int64_t key, const Utf16& name, const std::strin
         update.Bind(3, type);
         update.BindBlob(4, data, size);
         update.Bind(5, written);
-        const int result = update.Step();
-        if (result != SQLITE_DONE)
-            return Fail(result);
+        const LONG status = StepDone(update);
+        if (status != ERROR_SUCCESS)
+            return status;
         if (sqlite3_changes(m_connection) != 0)
             return ERROR_SUCCESS;
     }
@@ -67,8 +65,7 @@ LONG Database::UpsertValue(std::int64_t key, const Utf16& name, const std::strin
     insert.Bind(4, type);
     insert.BindBlob(5, data, size);
     insert.Bind(6, written);
-    const int result = insert.Step();
-    return result == SQLITE_DONE ? ERROR_SUCCESS : Fail(result);
+    return StepDone(insert);
 }
 
 LONG Database::DeleteValue(std::int64_t key, const std::string& fold, Utf16& name)
@@ -76,11 +73,9 @@ LONG Database::DeleteValue(std::int64_t key, const std::string& fold, Utf16& nam
     Statement remove = Use(Sql::ValueDelete, "DELETE FROM value WHERE key = ?1 AND fold = ?2 RETURNING name");
     remove.Bind(1, key);
     remove.BindBlob(2, fold);
-    const int result = remove.Step();
-    if (result == SQLITE_DONE)
-        return ERROR_FILE_NOT_FOUND;
-    if (result != SQLITE_ROW)
-        return Fail(result);
+    const LONG status = StepRow(remove, ERROR_FILE_NOT_FOUND);
+    if (status != ERROR_SUCCESS)
+        return status;
     name = remove.Name(0);
     return ERROR_SUCCESS;
 }
