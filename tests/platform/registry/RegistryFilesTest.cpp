@@ -167,13 +167,15 @@ TEST(RegistryHiveFiles, AUserWhoMayOnlyReadTheHiveReadsItCoherently)
     int toReader[2], toWriter[2];
     ASSERT_EQ(0, pipe(toReader));
     ASSERT_EQ(0, pipe(toWriter));
+    // The status of reading v, or 1000 when it holds another value than expected.
+    const auto readsValue = [path](DWORD expected) {
+        LONG status;
+        ScopedKey key;
+        const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, key.Put());
+        return opened != ERROR_SUCCESS ? opened : QueryDword(key.Get(), L"v", status) == expected ? status : 1000;
+    };
     const std::vector<Call> firstLook = {
-        {"read of an installed value", [&] {
-             LONG status;
-             ScopedKey key;
-             const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, key.Put());
-             return opened != ERROR_SUCCESS ? opened : QueryDword(key.Get(), L"v", status) == 1 ? status : 1000;
-         }, ERROR_SUCCESS},
+        {"read of an installed value", [&] { return readsValue(1); }, ERROR_SUCCESS},
         {"write of a value", [&] {
              ScopedKey key;
              const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_SET_VALUE, key.Put());
@@ -183,14 +185,7 @@ TEST(RegistryHiveFiles, AUserWhoMayOnlyReadTheHiveReadsItCoherently)
          ERROR_ACCESS_DENIED},
         {"delete of a key", [&] { return RegDeleteKeyW(HKEY_LOCAL_MACHINE, path); }, ERROR_ACCESS_DENIED},
     };
-    const std::vector<Call> secondLook = {
-        {"read of a value written since", [&] {
-             LONG status;
-             ScopedKey key;
-             const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, key.Put());
-             return opened != ERROR_SUCCESS ? opened : QueryDword(key.Get(), L"v", status) == 2 ? status : 1000;
-         }, ERROR_SUCCESS},
-    };
+    const std::vector<Call> secondLook = {{"read of a value written since", [&] { return readsValue(2); }, ERROR_SUCCESS}};
     std::vector<Call> all = firstLook;
     all.insert(all.end(), secondLook.begin(), secondLook.end());
     // The reader runs as the other user while this process, as root, writes between its looks.
