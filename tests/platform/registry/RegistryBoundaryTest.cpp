@@ -79,8 +79,7 @@ TEST_F(RegistryBoundaries, MaximumAllowedGivesWhatTheKeyGrantsAndNoMore)
     ScopedKey key;
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(m_root.Get(), L"granted", 0, MAXIMUM_ALLOWED, key.Put()));
     EXPECT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"v", 3));
-    LONG status;
-    EXPECT_EQ(3u, QueryDword(key.Get(), L"v", status));
+    EXPECT_EQ(3u, QueryDword(key.Get(), L"v"));
     EXPECT_EQ(ERROR_SUCCESS, RegDeleteValueW(key.Get(), L"v"));
 
     wchar_t name[16];
@@ -132,8 +131,7 @@ TEST_F(RegistryBoundaries, AHandleToAHiveRootCannotDeleteTheRoot)
     }
     ScopedKey still;
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, kTestRoot, 0, KEY_READ, still.Put()));
-    LONG status;
-    EXPECT_EQ(1u, QueryDword(still.Get(), L"survivor", status));
+    EXPECT_EQ(1u, QueryDword(still.Get(), L"survivor"));
 }
 #endif
 

@@ -7,6 +7,7 @@
 #ifndef _WIN32
 
 #include <chrono>
+#include <memory>
 #include <poll.h>
 #include <thread>
 #include <string>
@@ -78,55 +79,47 @@ TEST(RegistryCoherence, CountersBumpedElsewhereOnlyRise)
 
     int stop[2];
     ASSERT_EQ(0, pipe(stop));
-    const pid_t reader = fork();
-    ASSERT_GE(reader, 0);
-    if (reader == 0) {
+    const Child reader([&] {
         close(stop[1]);
         std::vector<DWORD> own(kKeys * kWriters, 0);
         int passes = 0;
         for (; !Ended(stop[0]); ++passes) {
             if (!CountersOnlyRose(kKeys, kWriters, own))
-                _exit(1);
+                return 1;
         }
-        _exit(passes > 0 && CountersOnlyRose(kKeys, kWriters, own) ? 0 : 2);
-    }
-    ChildGuard readerGuard(reader);
+        return passes > 0 && CountersOnlyRose(kKeys, kWriters, own) ? 0 : 2;
+    });
     close(stop[0]);
-    std::vector<pid_t> writers;
+    std::vector<std::unique_ptr<Child>> writers;
     for (int w = 0; w < kWriters; ++w) {
-        const pid_t writer = fork();
-        ASSERT_GE(writer, 0);
-        if (writer == 0) {
+        writers.push_back(std::make_unique<Child>([&] {
             std::vector<ScopedKey> keys(kKeys);
             for (int k = 0; k < kKeys; ++k) {
                 if (RegOpenKeyExW(HKEY_CURRENT_USER, CounterKey(k).c_str(), 0, KEY_ALL_ACCESS, keys[k].Put()) !=
                     ERROR_SUCCESS)
-                    _exit(1);
+                    return 1;
             }
             for (DWORD bump = 1; bump <= kBumps; ++bump) {
                 for (int k = 0; k < kKeys; ++k) {
-                    LONG status;
                     if (SetDword(keys[k].Get(), CounterName(w).c_str(), bump) != ERROR_SUCCESS ||
-                        QueryDword(keys[k].Get(), CounterName(w).c_str(), status) != bump)
-                        _exit(2);
+                        QueryDword(keys[k].Get(), CounterName(w).c_str()) != bump)
+                        return 2;
                 }
             }
-            _exit(0);
-        }
-        writers.push_back(writer);
+            return 0;
+        }));
     }
     int goingBack = 0;
     std::vector<int> writerCodes;
-    for (const pid_t writer : writers) {
-        int status = 0;
-        while (waitpid(writer, &status, WNOHANG) == 0) {
+    for (const std::unique_ptr<Child>& writer : writers) {
+        while (writer->Running()) {
             if (!CountersOnlyRose(kKeys, kWriters, seen))
                 ++goingBack;
         }
-        writerCodes.push_back(WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status));
+        writerCodes.push_back(writer->Wait());
     }
     close(stop[1]);
-    EXPECT_EQ(0, WaitForChild(reader)) << "the reader in another process saw a counter go back";
+    EXPECT_EQ(0, reader.Wait()) << "the reader in another process saw a counter go back";
     EXPECT_EQ(std::vector<int>(kWriters, 0), writerCodes);
     EXPECT_EQ(0, goingBack);
     ASSERT_TRUE(CountersOnlyRose(kKeys, kWriters, seen));
@@ -141,37 +134,28 @@ TEST(RegistryCoherence, AWriterKilledMidTransactionLeavesNothingStale)
     ScopedKey key;
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, kTestRoot, key));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"v", 1));
-    LONG status;
-    ASSERT_EQ(1u, QueryDword(key.Get(), L"v", status));
+    ASSERT_EQ(1u, QueryDword(key.Get(), L"v"));
     DWORD committed = 1;
     int killed = 0;
     for (DWORD step = 1; step < 60; ++step) {
         SCOPED_TRACE(step);
-        const pid_t writer = fork();
-        ASSERT_GE(writer, 0);
-        if (writer == 0) {
+        const Child writer([&] {
             TesselRegInjectFailure(kStopHere, step);
-            _exit(SetDword(key.Get(), L"v", 1000 + step) == ERROR_SUCCESS ? 0 : 1);
-        }
-        int how = 0;
-        ASSERT_EQ(writer, waitpid(writer, &how, WUNTRACED));
-        if (!WIFSTOPPED(how)) {
+            return SetDword(key.Get(), L"v", 1000 + step) == ERROR_SUCCESS ? 0 : 1;
+        });
+        int code = -1;
+        if (!writer.Stopped(&code)) {
             // The seam lay past the writer's last step: its write went through.
-            ASSERT_TRUE(WIFEXITED(how) && WEXITSTATUS(how) == 0);
-            EXPECT_EQ(1000 + step, QueryDword(key.Get(), L"v", status));
+            ASSERT_EQ(0, code);
+            EXPECT_EQ(1000 + step, QueryDword(key.Get(), L"v"));
             break;
         }
-        kill(writer, SIGKILL);
-        waitpid(writer, nullptr, 0);
+        writer.Kill();
         ++killed;
-        EXPECT_EQ(committed, QueryDword(key.Get(), L"v", status)) << "the killed write shows";
+        EXPECT_EQ(committed, QueryDword(key.Get(), L"v")) << "the killed write shows";
         committed = 2000 + step;
-        const pid_t next = fork();
-        ASSERT_GE(next, 0);
-        if (next == 0)
-            _exit(SetDword(key.Get(), L"v", committed) == ERROR_SUCCESS ? 0 : 1);
-        ASSERT_EQ(0, WaitForChild(next));
-        EXPECT_EQ(committed, QueryDword(key.Get(), L"v", status)) << "the next commit is missed";
+        ASSERT_EQ(0, Child([&] { return SetDword(key.Get(), L"v", committed) == ERROR_SUCCESS ? 0 : 1; }).Wait());
+        EXPECT_EQ(committed, QueryDword(key.Get(), L"v")) << "the next commit is missed";
     }
     EXPECT_GE(killed, 3);
 }
@@ -184,25 +168,23 @@ TEST(RegistryCoherence, AReaderThatFallsBehindThePrunedRecordStartsAgain)
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, L"Software\\Watched", watched));
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, L"Software\\Busy", busy));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(watched.Get(), L"v", 1));
+    ASSERT_EQ(1u, QueryDword(watched.Get(), L"v"));
     LONG status;
-    ASSERT_EQ(1u, QueryDword(watched.Get(), L"v", status));
     ASSERT_EQ(std::vector<std::wstring>{}, SubKeyNames(watched.Get(), status));
 
-    const pid_t writer = fork();
-    ASSERT_GE(writer, 0);
-    if (writer == 0) {
+    const Child writer([&] {
         // The watched value first, then more changes than the record keeps.
         ScopedKey made;
         if (SetDword(watched.Get(), L"v", 2) != ERROR_SUCCESS || CreateKey(watched.Get(), L"sub", made) != ERROR_SUCCESS)
-            _exit(1);
+            return 1;
         for (DWORD i = 0; i < 4600; ++i) {
             if (SetDword(busy.Get(), (L"n" + std::to_wstring(i % 50)).c_str(), i) != ERROR_SUCCESS)
-                _exit(2);
+                return 2;
         }
-        _exit(0);
-    }
-    ASSERT_EQ(0, WaitForChild(writer));
-    EXPECT_EQ(2u, QueryDword(watched.Get(), L"v", status));
+        return 0;
+    });
+    ASSERT_EQ(0, writer.Wait());
+    EXPECT_EQ(2u, QueryDword(watched.Get(), L"v"));
     EXPECT_EQ(std::vector<std::wstring>{L"sub"}, SubKeyNames(watched.Get(), status));
 }
 
@@ -242,20 +224,17 @@ TEST(RegistryCoherence, EnumerationStaysLinearWhileAnotherProcessWritesElsewhere
         int toWriter[2], toReader[2];
         ASSERT_EQ(0, pipe(toWriter));
         ASSERT_EQ(0, pipe(toReader));
-        const pid_t writer = fork();
-        ASSERT_GE(writer, 0);
-        if (writer == 0) {
+        const Child writer([&] {
             close(toWriter[1]);
             close(toReader[0]);
             int index = 0;
             while (ReadInt(toWriter[0], index)) {
                 if (SetDword(elsewhere.Get(), L"tick", static_cast<DWORD>(index)) != ERROR_SUCCESS)
-                    _exit(1);
+                    return 1;
                 WriteInt(toReader[1], index);
             }
-            _exit(0);
-        }
-        ChildGuard guard(writer);
+            return 0;
+        });
         close(toWriter[0]);
         close(toReader[1]);
         // Reading the list once and looking at the record once per commit take about
@@ -276,7 +255,7 @@ TEST(RegistryCoherence, EnumerationStaysLinearWhileAnotherProcessWritesElsewhere
         TesselRegInjectFailure(0, 0);
         close(toWriter[1]);
         close(toReader[0]);
-        EXPECT_EQ(0, WaitForChild(writer));
+        EXPECT_EQ(0, writer.Wait());
         EXPECT_EQ(0, failures);
     }
 }
@@ -294,16 +273,11 @@ TEST(RegistryCoherence, CallsThatShareATransactionSucceedOrFailEachAlone)
     int failed = 0;
     for (DWORD step = 1; step <= 40; ++step) {
         SCOPED_TRACE(step);
-        const pid_t holder = fork();
-        ASSERT_GE(holder, 0);
-        if (holder == 0) {
+        const Child holder([&] {
             TesselRegInjectFailure(kStopHere, 1);
-            _exit(SetDword(base.Get(), L"holder", step) == ERROR_SUCCESS ? 0 : 1);
-        }
-        ChildGuard guard(holder);
-        int how = 0;
-        ASSERT_EQ(holder, waitpid(holder, &how, WUNTRACED));
-        ASSERT_TRUE(WIFSTOPPED(how));
+            return SetDword(base.Get(), L"holder", step) == ERROR_SUCCESS ? 0 : 1;
+        });
+        ASSERT_TRUE(holder.Stopped());
         std::vector<LONG> outcomes(kThreads, ERROR_SUCCESS);
         std::vector<std::wstring> tops;
         for (int t = 0; t < kThreads; ++t)
@@ -318,11 +292,11 @@ TEST(RegistryCoherence, CallsThatShareATransactionSucceedOrFailEachAlone)
         // Time for the threads to queue behind the stopped holder; fewer only make the batch smaller.
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         TesselRegInjectFailure(kSqliteIoError, step);
-        kill(holder, SIGCONT);
+        kill(holder.Pid(), SIGCONT);
         for (std::thread& thread : threads)
             thread.join();
         TesselRegInjectFailure(0, 0);
-        EXPECT_EQ(0, WaitForChild(holder));
+        EXPECT_EQ(0, holder.Wait());
         for (int t = 0; t < kThreads; ++t) {
             SCOPED_TRACE(t);
             ScopedKey deepest, first;

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -91,27 +92,25 @@ TEST(RegistryHiveFiles, ProcessesRacingToMakeAHiveAllSucceed)
         setenv("TESSEL_REGISTRY_DIR", directory.c_str(), 1);
         int start[2];
         ASSERT_EQ(0, pipe(start));
-        std::vector<pid_t> racers;
+        std::vector<std::unique_ptr<Child>> racers;
         for (int i = 0; i < kRacers; ++i) {
-            const pid_t child = fork();
-            if (child == 0) {
+            racers.push_back(std::make_unique<Child>([&] {
                 close(start[1]);
                 char go;
                 if (read(start[0], &go, 1) != 0) // the end of the pipe is the start
-                    _exit(2);
+                    return 2;
                 const std::wstring name = L"Racer" + std::to_wstring(i);
                 ScopedKey key;
                 LONG status = CreateKey(HKEY_USERS, name.c_str(), key);
                 if (status == ERROR_SUCCESS)
                     status = SetDword(key.Get(), L"v", static_cast<DWORD>(i));
-                _exit(static_cast<int>(status & 0xFF));
-            }
-            racers.push_back(child);
+                return static_cast<int>(status & 0xFF);
+            }));
         }
         close(start[0]);
         close(start[1]);
-        for (const pid_t racer : racers) {
-            const int code = WaitForChild(racer);
+        for (const std::unique_ptr<Child>& racer : racers) {
+            const int code = racer->Wait();
             if (code != 0) {
                 ++failures;
                 ADD_FAILURE() << "round " << round << ": a racer ended with " << code;
@@ -157,29 +156,26 @@ TEST(RegistryHiveFiles, AUserWhoMayOnlyReadTheHiveReadsItCoherently)
     const wchar_t* const path = L"Software\\Tessel\\Installed";
     // The installer: a process of its own, whose connection closes before it ends (here by a
     // fork), so that nothing of this process keeps the hive's files open.
-    const pid_t installer = fork();
-    ASSERT_GE(installer, 0);
-    if (installer == 0) {
-        ScopedKey key;
-        if (CreateKey(HKEY_LOCAL_MACHINE, path, key) != ERROR_SUCCESS || SetDword(key.Get(), L"v", 1) != ERROR_SUCCESS)
-            _exit(1);
-        const pid_t closer = fork();
-        if (closer == 0)
-            _exit(0);
-        _exit(WaitForChild(closer) == 0 ? 0 : 2);
-    }
-    ASSERT_EQ(0, WaitForChild(installer));
+    ASSERT_EQ(0, Child([&] {
+                     ScopedKey key;
+                     if (CreateKey(HKEY_LOCAL_MACHINE, path, key) != ERROR_SUCCESS ||
+                         SetDword(key.Get(), L"v", 1) != ERROR_SUCCESS)
+                         return 1;
+                     return Child([] { return 0; }).Wait() == 0 ? 0 : 2;
+                 }).Wait());
 
     int toReader[2], toWriter[2];
     ASSERT_EQ(0, pipe(toReader));
     ASSERT_EQ(0, pipe(toWriter));
+    // The status of reading v, or 1000 when it holds another value than expected.
+    const auto readsValue = [path](DWORD expected) {
+        LONG status;
+        ScopedKey key;
+        const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, key.Put());
+        return opened != ERROR_SUCCESS ? opened : QueryDword(key.Get(), L"v", status) == expected ? status : 1000;
+    };
     const std::vector<Call> firstLook = {
-        {"read of an installed value", [&] {
-             LONG status;
-             ScopedKey key;
-             const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, key.Put());
-             return opened != ERROR_SUCCESS ? opened : QueryDword(key.Get(), L"v", status) == 1 ? status : 1000;
-         }, ERROR_SUCCESS},
+        {"read of an installed value", [&] { return readsValue(1); }, ERROR_SUCCESS},
         {"write of a value", [&] {
              ScopedKey key;
              const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_SET_VALUE, key.Put());
@@ -189,21 +185,12 @@ TEST(RegistryHiveFiles, AUserWhoMayOnlyReadTheHiveReadsItCoherently)
          ERROR_ACCESS_DENIED},
         {"delete of a key", [&] { return RegDeleteKeyW(HKEY_LOCAL_MACHINE, path); }, ERROR_ACCESS_DENIED},
     };
-    const std::vector<Call> secondLook = {
-        {"read of a value written since", [&] {
-             LONG status;
-             ScopedKey key;
-             const LONG opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ, key.Put());
-             return opened != ERROR_SUCCESS ? opened : QueryDword(key.Get(), L"v", status) == 2 ? status : 1000;
-         }, ERROR_SUCCESS},
-    };
+    const std::vector<Call> secondLook = {{"read of a value written since", [&] { return readsValue(2); }, ERROR_SUCCESS}};
     std::vector<Call> all = firstLook;
     all.insert(all.end(), secondLook.begin(), secondLook.end());
     // The reader runs as the other user while this process, as root, writes between its looks.
-    const pid_t reader = fork();
-    ASSERT_GE(reader, 0);
-    if (reader == 0) {
-        _exit(RunAsOtherUser([&] {
+    const Child reader([&] {
+        return RunAsOtherUser([&] {
             const int first = FirstMismatch(firstLook);
             WriteInt(toWriter[1], first);
             int written = 0;
@@ -211,9 +198,8 @@ TEST(RegistryHiveFiles, AUserWhoMayOnlyReadTheHiveReadsItCoherently)
                 return first;
             const int second = FirstMismatch(secondLook);
             return second == 0 ? 0 : static_cast<int>(firstLook.size()) + second;
-        }));
-    }
-    ChildGuard guard(reader);
+        });
+    });
     int first = -1;
     ASSERT_TRUE(ReadInt(toWriter[0], first)) << "the reader ended before its first look";
     if (first == 0) {
@@ -222,7 +208,7 @@ TEST(RegistryHiveFiles, AUserWhoMayOnlyReadTheHiveReadsItCoherently)
         ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"v", 2));
     }
     WriteInt(toReader[1], 1);
-    const int code = WaitForChild(reader);
+    const int code = reader.Wait();
     EXPECT_EQ(0, code) << Describe(all, code);
 }
 
@@ -233,9 +219,7 @@ TEST(RegistryHiveFiles, OnceEveryProcessHasEndedTheHiveFileAloneHoldsAll)
     constexpr int kValues = 300;
     // Writers in processes of their own that end as processes usually do, through exit().
     for (int writer = 0; writer < 2; ++writer) {
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        const Child child([&]() -> int {
             ScopedKey key;
             const std::wstring path = L"Writer" + std::to_wstring(writer);
             if (CreateKey(HKEY_USERS, path.c_str(), key) != ERROR_SUCCESS)
@@ -249,8 +233,8 @@ TEST(RegistryHiveFiles, OnceEveryProcessHasEndedTheHiveFileAloneHoldsAll)
             if (CreateKey(key.Get(), L"Gone\\Deeper", gone) != ERROR_SUCCESS || SetDword(gone.Get(), L"n", 1) != ERROR_SUCCESS)
                 std::exit(3);
             std::exit(SHDeleteKeyW(key.Get(), L"Gone") == ERROR_SUCCESS ? 0 : 4);
-        }
-        ASSERT_EQ(0, WaitForChild(child)) << "writer " << writer;
+        });
+        ASSERT_EQ(0, child.Wait()) << "writer " << writer;
     }
     struct stat wal{};
     ASSERT_EQ(0, stat(HivePath("HKU.db-wal").c_str(), &wal)) << "the WAL files stay for readers";
@@ -259,28 +243,26 @@ TEST(RegistryHiveFiles, OnceEveryProcessHasEndedTheHiveFileAloneHoldsAll)
     const std::string copy = HivePath("copy");
     ASSERT_EQ(0, mkdir(copy.c_str(), 0700));
     ASSERT_EQ(0, std::system(("cp " + HivePath("HKU.db") + " " + copy + "/HKU.db").c_str()));
-    const pid_t reader = fork();
-    ASSERT_GE(reader, 0);
-    if (reader == 0) {
+    const Child reader([&] {
         setenv("TESSEL_REGISTRY_DIR", copy.c_str(), 1);
         for (int writer = 0; writer < 2; ++writer) {
             ScopedKey key;
             const std::wstring path = L"Writer" + std::to_wstring(writer);
             if (RegOpenKeyExW(HKEY_USERS, path.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS)
-                _exit(10 + writer);
+                return 10 + writer;
             for (int i = 0; i < kValues; ++i) {
                 LONG status;
                 if (QueryBytes(key.Get(), (L"v" + std::to_wstring(i)).c_str(), status) !=
                     StringData(u"value " + std::u16string(i % 40, u'x')))
-                    _exit(20 + writer);
+                    return 20 + writer;
             }
             ScopedKey gone;
             if (RegOpenKeyExW(key.Get(), L"Gone", 0, KEY_READ, gone.Put()) != ERROR_FILE_NOT_FOUND)
-                _exit(30 + writer);
+                return 30 + writer;
         }
-        _exit(0);
-    }
-    EXPECT_EQ(0, WaitForChild(reader)) << "1x: a key is missing from the copy; 2x: a value; 3x: a deleted key is back";
+        return 0;
+    });
+    EXPECT_EQ(0, reader.Wait()) << "1x: a key is missing from the copy; 2x: a value; 3x: a deleted key is back";
 }
 
 // Checks that a hive whose WAL files are gone, in a directory that this user may not write, is
@@ -290,20 +272,14 @@ TEST(RegistryHiveFiles, AHiveAtRestInADirectoryReadersMayNotWriteIsReadable)
     if (geteuid() != 0)
         GTEST_SKIP() << "acting as another user needs root";
     SharedRegistryDirectory();
-    const pid_t writer = fork();
-    ASSERT_GE(writer, 0);
-    if (writer == 0) {
-        ScopedKey key;
-        if (CreateKey(HKEY_USERS, L"Installed", key) != ERROR_SUCCESS)
-            _exit(1);
-        // A fork closes the connection, which copies the commit into the file; then the WAL
-        // files can go, as a restore from a copy of the file alone leaves it.
-        const pid_t closer = fork();
-        if (closer == 0)
-            _exit(0);
-        _exit(WaitForChild(closer) == 0 ? 0 : 2);
-    }
-    ASSERT_EQ(0, WaitForChild(writer));
+    ASSERT_EQ(0, Child([] {
+                     ScopedKey key;
+                     if (CreateKey(HKEY_USERS, L"Installed", key) != ERROR_SUCCESS)
+                         return 1;
+                     // A fork closes the connection, which copies the commit into the file; then
+                     // the WAL files can go, as a restore from a copy of the file alone leaves it.
+                     return Child([] { return 0; }).Wait() == 0 ? 0 : 2;
+                 }).Wait());
     for (const char* file : {"HKU.db-wal", "HKU.db-shm"})
         std::remove(HivePath(file).c_str());
 

@@ -85,8 +85,7 @@ TEST_F(RegistryKeys, EmptyAndNullSubKeysFollowTheDocumentedHandleRules)
     EXPECT_NE(first.Get(), second.Get());
     EXPECT_NE(m_root.Get(), first.Get());
     ASSERT_EQ(ERROR_SUCCESS, SetDword(first.Get(), L"shared", 7));
-    LONG status;
-    EXPECT_EQ(7u, QueryDword(second.Get(), L"shared", status));
+    EXPECT_EQ(7u, QueryDword(second.Get(), L"shared"));
 
     HKEY created = nullptr;
     EXPECT_EQ(ERROR_INVALID_PARAMETER,
@@ -163,8 +162,7 @@ TEST_F(RegistryKeys, NamesMatchWithoutCaseAndKeepTheirCase)
     for (const wchar_t* spelling : spellings) {
         ScopedKey found;
         EXPECT_EQ(ERROR_SUCCESS, Open(spelling, found));
-        LONG status;
-        EXPECT_EQ(1u, QueryDword(found.Get(), L"V", status));
+        EXPECT_EQ(1u, QueryDword(found.Get(), L"V"));
     }
     // A simple upper-case mapping: the sharp s has none, so it stays apart from "SS".
     ScopedKey sharp;
@@ -321,8 +319,7 @@ TEST(RegistryViews, The32BitViewRedirectsSoftwareButNotClasses)
               RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Vendor", 0, KEY_READ | KEY_WOW64_64KEY, native.Put()));
     ASSERT_EQ(ERROR_SUCCESS,
               RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\WOW6432Node\\Vendor", 0, KEY_READ, redirected.Put()));
-    LONG status;
-    EXPECT_EQ(32u, QueryDword(redirected.Get(), L"bits", status));
+    EXPECT_EQ(32u, QueryDword(redirected.Get(), L"bits"));
     EXPECT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CLASSES_ROOT, L"Shared", 0, KEY_READ, shared.Put()));
 }
 
@@ -333,13 +330,12 @@ TEST(RegistryPredefinedKeys, AliasesNameTheirPathsInTheMachineHive)
     ASSERT_EQ(ERROR_SUCCESS, SetDword(viaAlias.Get(), L"v", 1));
     ASSERT_EQ(ERROR_SUCCESS,
               RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"Software\\Classes\\.tessel", 0, KEY_READ, viaPath.Put()));
-    LONG status;
-    EXPECT_EQ(1u, QueryDword(viaPath.Get(), L"v", status));
+    EXPECT_EQ(1u, QueryDword(viaPath.Get(), L"v"));
 
     ASSERT_EQ(ERROR_SUCCESS, SetDword(HKEY_CURRENT_CONFIG, L"profile", 3));
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Hardware Profiles\\Current",
                                            0, KEY_READ, viaPath.Put()));
-    EXPECT_EQ(3u, QueryDword(viaPath.Get(), L"profile", status));
+    EXPECT_EQ(3u, QueryDword(viaPath.Get(), L"profile"));
 }
 
 TEST(RegistryPredefinedKeys, PerformanceDataHoldsNothingAndTakesNothing)

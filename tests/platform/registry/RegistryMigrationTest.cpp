@@ -114,7 +114,7 @@ TEST(RegistryMigration, AVersion1HiveIsMigratedAndLosesNothing)
     ScopedKey key;
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, L"software\\TESSEL", 0, KEY_ALL_ACCESS, key.Put()));
     LONG status;
-    EXPECT_EQ(7u, QueryDword(key.Get(), L"count", status));
+    EXPECT_EQ(7u, QueryDword(key.Get(), L"count"));
     EXPECT_EQ(StringData(u"hi"), QueryBytes(key.Get(), L"Greeting", status));
     EXPECT_EQ(2, SchemaVersion(HivePath("HKCU.db"))) << "the first process that may write it migrates it";
 
@@ -123,7 +123,7 @@ TEST(RegistryMigration, AVersion1HiveIsMigratedAndLosesNothing)
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(key.Get(), L"Added", made));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(made.Get(), L"n", 1));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"Count", 8));
-    EXPECT_EQ(8u, QueryDword(key.Get(), L"Count", status));
+    EXPECT_EQ(8u, QueryDword(key.Get(), L"Count"));
     EXPECT_EQ(std::vector<std::wstring>{L"Added"}, SubKeyNames(key.Get(), status));
     ScopedKey software;
     ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, software.Put()));
@@ -141,19 +141,16 @@ TEST(RegistryMigration, AUserWhoMayOnlyReadAVersion1HiveReadsItCoherently)
     int toReader[2], toWriter[2];
     ASSERT_EQ(0, pipe(toReader));
     ASSERT_EQ(0, pipe(toWriter));
-    const pid_t reader = fork();
-    ASSERT_GE(reader, 0);
-    if (reader == 0) {
-        _exit(RunAsOtherUser([&] {
+    const Child reader([&] {
+        return RunAsOtherUser([&] {
             const LONG before = CountIs(HKEY_LOCAL_MACHINE, 7);
             WriteInt(toWriter[1], static_cast<int>(before));
             int written = 0;
             if (before != ERROR_SUCCESS || !ReadInt(toReader[0], written))
                 return 1;
             return CountIs(HKEY_LOCAL_MACHINE, 8) == ERROR_SUCCESS ? 0 : 2;
-        }));
-    }
-    ChildGuard guard(reader);
+        });
+    });
     int before = -1;
     ASSERT_TRUE(ReadInt(toWriter[0], before));
     EXPECT_EQ(ERROR_SUCCESS, before) << "the reader could not read the version 1 hive";
@@ -165,7 +162,7 @@ TEST(RegistryMigration, AUserWhoMayOnlyReadAVersion1HiveReadsItCoherently)
     }
     EXPECT_EQ(2, SchemaVersion(HivePath("HKLM.db")));
     WriteInt(toReader[1], 1);
-    EXPECT_EQ(0, WaitForChild(reader)) << "1: the reader failed before the write; 2: it missed the write";
+    EXPECT_EQ(0, reader.Wait()) << "1: the reader failed before the write; 2: it missed the write";
 }
 
 } // namespace

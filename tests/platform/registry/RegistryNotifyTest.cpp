@@ -244,12 +244,7 @@ TEST(RegistryNotify, AChangeInAnotherProcessSignals)
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, kTestRoot, key));
     Event event;
     ASSERT_EQ(ERROR_SUCCESS, Watch(key.Get(), event.Get(), REG_NOTIFY_CHANGE_LAST_SET));
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0)
-        _exit(SetDword(key.Get(), L"fromChild", 1) == ERROR_SUCCESS ? 0 : 1);
-    ChildGuard guard(child);
-    ASSERT_EQ(0, WaitForChild(child));
+    ASSERT_EQ(0, Child([&] { return SetDword(key.Get(), L"fromChild", 1) == ERROR_SUCCESS ? 0 : 1; }).Wait());
     EXPECT_TRUE(event.Signalled(kPatience));
 }
 
@@ -266,23 +261,16 @@ TEST(RegistryNotify, AKilledWriterSignalsOnlyWhatItCommitted)
         SCOPED_TRACE(step);
         Event event;
         ASSERT_EQ(ERROR_SUCCESS, Watch(key.Get(), event.Get(), REG_NOTIFY_CHANGE_LAST_SET));
-        const pid_t writer = fork();
-        ASSERT_GE(writer, 0);
-        if (writer == 0) {
+        const Child writer([&] {
             TesselRegInjectFailure(kStopHere, step);
-            _exit(SetDword(key.Get(), L"v", step) == ERROR_SUCCESS ? 0 : 1);
-        }
-        ChildGuard guard(writer);
-        int how = 0;
-        ASSERT_EQ(writer, waitpid(writer, &how, WUNTRACED));
-        if (!WIFSTOPPED(how))
+            return SetDword(key.Get(), L"v", step) == ERROR_SUCCESS ? 0 : 1;
+        });
+        if (!writer.Stopped())
             break;
-        kill(writer, SIGKILL);
-        waitpid(writer, nullptr, 0);
+        writer.Kill();
         ++killed;
         sentinel.Settle();
-        LONG status;
-        const bool committed = QueryDword(key.Get(), L"v", status) == step;
+        const bool committed = QueryDword(key.Get(), L"v") == step;
         EXPECT_EQ(committed, event.Signalled());
         if (committed)
             continue;
@@ -305,17 +293,14 @@ TEST(RegistryNotify, AThousandRegistrationsAreEachSignalledByTheirOwnChangesOnly
         ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, path.c_str(), *keys.back()));
         ASSERT_EQ(ERROR_SUCCESS, Watch(keys.back()->Get(), events.back()->Get(), REG_NOTIFY_CHANGE_LAST_SET));
     }
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    const Child child([&] {
         for (int i = 0; i < kKeys; i += kChangedEvery) {
             if (SetDword(keys[i]->Get(), L"v", static_cast<DWORD>(i)) != ERROR_SUCCESS)
-                _exit(1);
+                return 1;
         }
-        _exit(0);
-    }
-    ChildGuard guard(child);
-    ASSERT_EQ(0, WaitForChild(child));
+        return 0;
+    });
+    ASSERT_EQ(0, child.Wait());
     for (int i = 0; i < kKeys; i += kChangedEvery)
         EXPECT_TRUE(events[i]->Signalled(kPatience)) << i;
     Sentinel().Settle();

@@ -35,24 +35,6 @@ inline void WriteInt(int fd, int value)
         _exit(90);
 }
 
-// Kills a child that a failed assertion left running, so that no test hangs on it.
-class ChildGuard {
-public:
-    explicit ChildGuard(pid_t child) : m_child(child) {}
-    ~ChildGuard()
-    {
-        if (m_child > 0 && waitpid(m_child, nullptr, WNOHANG) == 0) {
-            kill(m_child, SIGKILL);
-            waitpid(m_child, nullptr, 0);
-        }
-    }
-    ChildGuard(const ChildGuard&) = delete;
-    ChildGuard& operator=(const ChildGuard&) = delete;
-
-private:
-    pid_t m_child;
-};
-
 // The child's exit code, or 100 plus the signal that ended it.
 inline int WaitForChild(pid_t child)
 {
@@ -60,6 +42,56 @@ inline int WaitForChild(pid_t child)
     waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
 }
+
+// A forked child that runs body and ends with its result. It is killed if a failed assertion
+// leaves it running, so that no test hangs on it.
+class Child {
+public:
+    explicit Child(const std::function<int()>& body) : m_pid(fork())
+    {
+        if (m_pid == 0)
+            _exit(body());
+    }
+    ~Child()
+    {
+        if (m_pid > 0 && waitpid(m_pid, nullptr, WNOHANG) == 0)
+            Kill();
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    pid_t Pid() const { return m_pid; }
+    // Whether the child is still running; an ended child is left for Wait() to reap.
+    bool Running() const
+    {
+        siginfo_t info{};
+        return m_pid > 0 && waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               info.si_pid == 0;
+    }
+    // The exit code as WaitForChild gives it; 98 when the fork failed.
+    int Wait() const { return m_pid > 0 ? WaitForChild(m_pid) : 98; }
+    // Waits until the child stops at the failure seam (true) or ends (false, with its exit code).
+    bool Stopped(int* code = nullptr) const
+    {
+        int how = 0;
+        if (m_pid <= 0 || waitpid(m_pid, &how, WUNTRACED) != m_pid) {
+            if (code != nullptr)
+                *code = 98;
+            return false;
+        }
+        if (code != nullptr && !WIFSTOPPED(how))
+            *code = WIFEXITED(how) ? WEXITSTATUS(how) : 100 + WTERMSIG(how);
+        return WIFSTOPPED(how);
+    }
+    void Kill() const
+    {
+        kill(m_pid, SIGKILL);
+        waitpid(m_pid, nullptr, 0);
+    }
+
+private:
+    pid_t m_pid;
+};
 
 // The path of a file in this test process's registry directory.
 inline std::string HivePath(const char* file)
@@ -74,15 +106,11 @@ constexpr uid_t kOtherUser = 65534;
 // returned 0, 99 when the child could not become that user. Only root can run it.
 inline int RunAsOtherUser(const std::function<int()>& check)
 {
-    const pid_t child = fork();
-    if (child < 0)
-        return 98;
-    if (child == 0) {
-        if (setgroups(0, nullptr) != 0 || setgid(kOtherUser) != 0 || setuid(kOtherUser) != 0)
-            _exit(99);
-        _exit(check());
-    }
-    return WaitForChild(child);
+    return Child([&] {
+               if (setgroups(0, nullptr) != 0 || setgid(kOtherUser) != 0 || setuid(kOtherUser) != 0)
+                   return 99;
+               return check();
+           }).Wait();
 }
 
 // The registry directory of this test process, opened to other users so that they can reach

@@ -41,52 +41,47 @@ TEST(RegistryProcesses, TwoProcessesSeeEachOthersCommitsAtTheirNextCall)
     ScopedKey key;
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, kTestRoot, key));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"turn", 0));
-    LONG status;
-    ASSERT_EQ(0u, QueryDword(key.Get(), L"turn", status)); // the parent's cache now holds the value
+    ASSERT_EQ(0u, QueryDword(key.Get(), L"turn")); // the parent's cache now holds the value
 
     int toChild[2], toParent[2];
     ASSERT_EQ(0, pipe(toChild));
     ASSERT_EQ(0, pipe(toParent));
     const int rounds = 40;
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    const Child child([&] {
         close(toChild[1]);
         close(toParent[0]);
         // The inherited handle and a fresh one must both see the parent's writes.
         ScopedKey own;
         if (CreateKey(HKEY_CURRENT_USER, kTestRoot, own) != ERROR_SUCCESS)
-            _exit(1);
+            return 1;
         for (int round = 0; round < rounds; ++round) {
             int seen = 0;
             if (!ReadInt(toChild[0], seen))
-                _exit(2);
-            LONG result;
-            if (QueryDword(key.Get(), L"turn", result) != static_cast<DWORD>(2 * round + 1) ||
-                QueryDword(own.Get(), L"TURN", result) != static_cast<DWORD>(2 * round + 1))
-                _exit(3);
+                return 2;
+            if (QueryDword(key.Get(), L"turn") != static_cast<DWORD>(2 * round + 1) ||
+                QueryDword(own.Get(), L"TURN") != static_cast<DWORD>(2 * round + 1))
+                return 3;
             // Read back after writing, so that what the parent writes next has a cached value
             // to replace.
             if (SetDword(own.Get(), L"turn", 2 * round + 2) != ERROR_SUCCESS ||
-                QueryDword(own.Get(), L"turn", result) != static_cast<DWORD>(2 * round + 2))
-                _exit(4);
+                QueryDword(own.Get(), L"turn") != static_cast<DWORD>(2 * round + 2))
+                return 4;
             WriteInt(toParent[1], round);
         }
-        _exit(0);
-    }
-    ChildGuard guard(child);
+        return 0;
+    });
     close(toChild[0]);
     close(toParent[1]);
     for (int round = 0; round < rounds; ++round) {
-        ASSERT_EQ(static_cast<DWORD>(2 * round), QueryDword(key.Get(), L"turn", status)) << "round " << round;
+        ASSERT_EQ(static_cast<DWORD>(2 * round), QueryDword(key.Get(), L"turn")) << "round " << round;
         ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"turn", 2 * round + 1));
-        ASSERT_EQ(static_cast<DWORD>(2 * round + 1), QueryDword(key.Get(), L"turn", status));
+        ASSERT_EQ(static_cast<DWORD>(2 * round + 1), QueryDword(key.Get(), L"turn"));
         WriteInt(toChild[1], round);
         int echoed = 0;
         ASSERT_TRUE(ReadInt(toParent[0], echoed)) << "the child stopped in round " << round;
     }
-    EXPECT_EQ(static_cast<DWORD>(2 * rounds), QueryDword(key.Get(), L"turn", status));
-    EXPECT_EQ(0, WaitForChild(child));
+    EXPECT_EQ(static_cast<DWORD>(2 * rounds), QueryDword(key.Get(), L"turn"));
+    EXPECT_EQ(0, child.Wait());
 }
 
 // Checks that a commit landing while this process reads can never leave it with an old value
@@ -97,20 +92,16 @@ TEST(RegistryProcesses, ReadsRacingAnotherProcesssCommitsNeverGoBack)
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, kTestRoot, key));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"counter", 0));
     const int commits = 300;
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    const Child child([&] {
         for (int i = 1; i <= commits; ++i) {
             if (SetDword(key.Get(), L"counter", static_cast<DWORD>(i)) != ERROR_SUCCESS)
-                _exit(1);
+                return 1;
         }
-        _exit(0);
-    }
-    ChildGuard guard(child);
+        return 0;
+    });
     DWORD highest = 0;
     int goingBack = 0;
-    int status = -1;
-    while (waitpid(child, &status, WNOHANG) == 0) {
+    while (child.Running()) {
         LONG read;
         const DWORD seen = QueryDword(key.Get(), L"counter", read);
         ASSERT_EQ(ERROR_SUCCESS, read);
@@ -118,34 +109,30 @@ TEST(RegistryProcesses, ReadsRacingAnotherProcesssCommitsNeverGoBack)
             ++goingBack;
         highest = std::max(highest, seen);
     }
-    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    ASSERT_EQ(0, child.Wait());
     EXPECT_EQ(0, goingBack);
-    LONG read;
-    EXPECT_EQ(static_cast<DWORD>(commits), QueryDword(key.Get(), L"counter", read));
+    EXPECT_EQ(static_cast<DWORD>(commits), QueryDword(key.Get(), L"counter"));
 }
 
 TEST(RegistryProcesses, AKeyDeletedElsewhereIsDeletedHere)
 {
     int go[2];
     ASSERT_EQ(0, pipe(go));
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    const Child child([&] {
         int ignored = 0;
         if (!ReadInt(go[0], ignored))
-            _exit(2);
-        _exit(SHDeleteKeyW(HKEY_CURRENT_USER, L"Software\\Doomed") == ERROR_SUCCESS ? 0 : 1);
-    }
-    ChildGuard guard(child);
+            return 2;
+        return SHDeleteKeyW(HKEY_CURRENT_USER, L"Software\\Doomed") == ERROR_SUCCESS ? 0 : 1;
+    });
     // Made and read after the fork, so the key and its value sit in this process's cache.
     ScopedKey key;
     ASSERT_EQ(ERROR_SUCCESS, CreateKey(HKEY_CURRENT_USER, L"Software\\Doomed", key));
     ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"v", 1));
-    LONG status;
-    ASSERT_EQ(1u, QueryDword(key.Get(), L"v", status));
-    ASSERT_EQ(1u, QueryDword(key.Get(), L"v", status));
+    ASSERT_EQ(1u, QueryDword(key.Get(), L"v"));
+    ASSERT_EQ(1u, QueryDword(key.Get(), L"v"));
     WriteInt(go[1], 1);
-    ASSERT_EQ(0, WaitForChild(child));
+    ASSERT_EQ(0, child.Wait());
+    LONG status;
     QueryDword(key.Get(), L"v", status);
     EXPECT_EQ(ERROR_KEY_DELETED, status);
     ScopedKey reopened;
@@ -156,28 +143,26 @@ TEST(RegistryProcesses, AKilledWriterLosesNothingItReportedCommitted)
 {
     int reports[2];
     ASSERT_EQ(0, pipe(reports));
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+    const Child child([&] {
         close(reports[0]);
         ScopedKey key;
         if (CreateKey(HKEY_CURRENT_USER, L"Software\\Killed", key) != ERROR_SUCCESS)
-            _exit(1);
+            return 1;
         for (int i = 0;; ++i) {
             const std::vector<BYTE> data = Pattern(i);
             const std::wstring name = L"v" + std::to_wstring(i);
             if (RegSetValueExW(key.Get(), name.c_str(), 0, REG_BINARY, data.data(), static_cast<DWORD>(data.size())) !=
                 ERROR_SUCCESS)
-                _exit(2);
+                return 2;
             WriteInt(reports[1], i);
         }
-    }
+    });
     close(reports[1]);
     int last = -1;
     for (int i = 0; i < 60 && ReadInt(reports[0], last);)
         i = last + 1;
-    kill(child, SIGKILL);
-    EXPECT_EQ(100 + SIGKILL, WaitForChild(child));
+    kill(child.Pid(), SIGKILL);
+    EXPECT_EQ(100 + SIGKILL, child.Wait());
     close(reports[0]);
     ASSERT_GE(last, 50);
 
@@ -219,19 +204,17 @@ TEST(RegistryProcesses, AForkWhileOtherThreadsUseTheStoreLeavesBothSidesWorking)
     }
     const int forks = 10;
     for (int f = 0; f < forks; ++f) {
-        const pid_t child = fork();
-        if (child == 0) {
+        const Child child([&] {
             // One thread here, as after any fork: the inherited handle and a new one both work.
-            LONG status;
             ScopedKey own;
             const std::wstring name = L"child" + std::to_wstring(f);
-            _exit(CreateKey(key.Get(), name.c_str(), own) == ERROR_SUCCESS &&
-                          SetDword(own.Get(), L"f", static_cast<DWORD>(f)) == ERROR_SUCCESS &&
-                          QueryDword(own.Get(), L"f", status) == static_cast<DWORD>(f)
-                      ? 0
-                      : 1);
-        }
-        EXPECT_EQ(0, child > 0 ? WaitForChild(child) : -1) << "fork " << f;
+            return CreateKey(key.Get(), name.c_str(), own) == ERROR_SUCCESS &&
+                           SetDword(own.Get(), L"f", static_cast<DWORD>(f)) == ERROR_SUCCESS &&
+                           QueryDword(own.Get(), L"f") == static_cast<DWORD>(f)
+                       ? 0
+                       : 1;
+        });
+        EXPECT_EQ(0, child.Wait()) << "fork " << f;
     }
     stop = true;
     for (std::thread& thread : busy)
@@ -242,8 +225,7 @@ TEST(RegistryProcesses, AForkWhileOtherThreadsUseTheStoreLeavesBothSidesWorking)
         ScopedKey written;
         const std::wstring name = L"child" + std::to_wstring(f);
         ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(key.Get(), name.c_str(), 0, KEY_READ, written.Put()));
-        LONG status;
-        EXPECT_EQ(static_cast<DWORD>(f), QueryDword(written.Get(), L"f", status));
+        EXPECT_EQ(static_cast<DWORD>(f), QueryDword(written.Get(), L"f"));
     }
 }
 
@@ -334,12 +316,10 @@ TEST(RegistryFailures, AFailingDatabaseLeavesNothingHalfWritten)
         if (status == ERROR_SUCCESS)
             break;
         EXPECT_EQ(ERROR_CANTWRITE, status);
-        LONG read;
-        EXPECT_EQ(1u, QueryDword(key.Get(), L"v", read));
+        EXPECT_EQ(1u, QueryDword(key.Get(), L"v"));
     }
     ASSERT_EQ(ERROR_SUCCESS, SetDword(key.Get(), L"v", 3));
-    LONG read;
-    EXPECT_EQ(3u, QueryDword(key.Get(), L"v", read));
+    EXPECT_EQ(3u, QueryDword(key.Get(), L"v"));
 }
 
 } // namespace

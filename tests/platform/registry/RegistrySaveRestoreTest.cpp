@@ -352,35 +352,25 @@ TEST(RegistrySaveRestore, AnotherProcessSeesARestoreWholeOrNotAtAll)
     MakeTarget();
     ASSERT_EQ(ERROR_SUCCESS, Restore(kTarget, files[0]));
 
-    const pid_t writer = fork();
-    ASSERT_GE(writer, 0);
-    if (writer == 0) {
+    const Child writer([&] {
         int failures = 0;
+        // Each round ends back at the first: a reader would take it for unchanged only if all
+        // twelve restores landed within one of its reads.
         for (int round = 0; round < 3; ++round) {
-            for (std::size_t g = 1; g < files.size(); ++g) {
+            for (std::size_t g = 1; g <= files.size(); ++g) {
                 ScopedKey key;
                 RegOpenKeyExW(HKEY_CURRENT_USER, kTarget.c_str(), 0, KEY_ALL_ACCESS, key.Put());
-                failures += RegRestoreKeyW(key.Get(), files[g].c_str(), 0) != ERROR_SUCCESS;
+                failures += RegRestoreKeyW(key.Get(), files[g % files.size()].c_str(), 0) != ERROR_SUCCESS;
             }
-            // Back to the first: a reader would take it for unchanged only if all twelve
-            // restores landed within one of its reads.
-            ScopedKey key;
-            RegOpenKeyExW(HKEY_CURRENT_USER, kTarget.c_str(), 0, KEY_ALL_ACCESS, key.Put());
-            failures += RegRestoreKeyW(key.Get(), files[0].c_str(), 0) != ERROR_SUCCESS;
         }
-        _exit(failures == 0 ? 0 : 1);
-    }
-    ChildGuard guard(writer);
+        return failures == 0 ? 0 : 1;
+    });
     int wholeReads = 0;
     bool mixed = false;
-    int status = 0;
-    pid_t ended = 0;
-    while (!mixed && (ended = waitpid(writer, &status, WNOHANG)) == 0)
+    while (!mixed && writer.Running())
         mixed = !ReadIsWhole(wholeReads);
     EXPECT_FALSE(mixed);
-    if (ended == 0)
-        waitpid(writer, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(0, writer.Wait());
     EXPECT_GT(wholeReads, 0);
 }
 

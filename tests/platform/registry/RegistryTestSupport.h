@@ -94,6 +94,13 @@ inline DWORD QueryDword(HKEY key, const wchar_t* name, LONG& status)
     return value;
 }
 
+// The value, or 0 when it can't be read.
+inline DWORD QueryDword(HKEY key, const wchar_t* name)
+{
+    LONG status;
+    return QueryDword(key, name, status);
+}
+
 // The names of key's sub-keys in enumeration order.
 inline std::vector<std::wstring> SubKeyNames(HKEY key, LONG& status)
 {
