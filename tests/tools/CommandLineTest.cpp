@@ -7,14 +7,12 @@
 #include <set>
 
 #include "CommandLine.h"
+#include "FakeConsole.h"
 
 namespace Tessel::Reg {
 namespace {
 
-std::string Narrow(const std::wstring& text)
-{
-    return std::string(text.begin(), text.end());
-}
+using Testing::Narrow;
 
 TEST(KeyPath, AcceptsShortAndLongRootsInAnyCase)
 {

@@ -70,11 +70,8 @@ TEST_F(TesselRegCommands, QueriesOneValueOrTheDefault)
 TEST_F(TesselRegCommands, MissingKeyIsReportedByEveryCommand)
 {
     const std::vector<std::wstring> cases[] = {
-        {L"query", kKey + L"\\Nope"},
-        {L"query", kKey + L"\\Nope", L"/s"},
-        {L"delete", kKey + L"\\Nope", L"/f"},
-        {L"delete", kKey + L"\\Nope", L"/v", L"x", L"/f"},
-        {L"delete", kKey + L"\\Nope", L"/va", L"/f"},
+        {L"query", kKey + L"\\Nope"}, {L"query", kKey + L"\\Nope", L"/s"}, {L"delete", kKey + L"\\Nope", L"/f"},
+        {L"delete", kKey + L"\\Nope", L"/v", L"x", L"/f"}, {L"delete", kKey + L"\\Nope", L"/va", L"/f"},
     };
     for (const auto& args : cases) {
         SCOPED_TRACE(std::string(args[0].begin(), args[0].end()) + " " + std::to_string(args.size()));

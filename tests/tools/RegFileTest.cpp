@@ -4,17 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include "FakeConsole.h"
 #include "RegFile.h"
 
 namespace Tessel::Reg {
 namespace {
 
 using Bytes = std::vector<BYTE>;
-
-std::string Narrow(std::wstring_view text)
-{
-    return std::string(text.begin(), text.end());
-}
+using Testing::Narrow;
 
 // UTF-16LE file bytes as ASCII text, after checking the byte-order mark; every unit here is ASCII.
 std::string AsciiOf(const std::string& file)

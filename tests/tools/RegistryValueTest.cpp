@@ -4,17 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "Commands.h"
+#include "FakeConsole.h"
 #include "RegistryValue.h"
 
 namespace Tessel::Reg {
 namespace {
 
 using Bytes = std::vector<BYTE>;
-
-std::string Narrow(std::wstring_view text)
-{
-    return std::string(text.begin(), text.end());
-}
+using Testing::Narrow;
 
 TEST(RegistryValue, ParsesDataOfEachType)
 {
@@ -24,31 +21,21 @@ TEST(RegistryValue, ParsesDataOfEachType)
         Bytes Expected;
     };
     const Case cases[] = {
-        {REG_SZ, L"Hi", {'H', 0, 'i', 0, 0, 0}},
-        {REG_SZ, L"", {0, 0}},
+        {REG_SZ, L"Hi", {'H', 0, 'i', 0, 0, 0}}, {REG_SZ, L"", {0, 0}},
         {REG_EXPAND_SZ, L"%TMP%", {'%', 0, 'T', 0, 'M', 0, 'P', 0, '%', 0, 0, 0}},
-        {REG_SZ, L"\u00e9\u20ac", {0xE9, 0, 0xAC, 0x20, 0, 0}},
-        {REG_DWORD, L"10", {10, 0, 0, 0}},
-        {REG_DWORD, L"0x1F", {0x1F, 0, 0, 0}},
-        {REG_DWORD, L"0XfF", {0xFF, 0, 0, 0}},
-        {REG_DWORD, L"4294967295", {0xFF, 0xFF, 0xFF, 0xFF}},
-        {REG_DWORD, L"0xFFFFFFFF", {0xFF, 0xFF, 0xFF, 0xFF}},
-        {REG_DWORD, L"", {0, 0, 0, 0}},
-        {REG_QWORD, L"0x0102030405060708", {8, 7, 6, 5, 4, 3, 2, 1}},
-        {REG_QWORD, L"18446744073709551615", Bytes(8, 0xFF)},
-        {REG_BINARY, L"00ffA1", {0x00, 0xFF, 0xA1}},
-        {REG_BINARY, L"", {}},
-        {REG_NONE, L"0a", {0x0A}},
+        {REG_SZ, L"\u00e9\u20ac", {0xE9, 0, 0xAC, 0x20, 0, 0}}, {REG_DWORD, L"10", {10, 0, 0, 0}},
+        {REG_DWORD, L"0x1F", {0x1F, 0, 0, 0}}, {REG_DWORD, L"0XfF", {0xFF, 0, 0, 0}},
+        {REG_DWORD, L"4294967295", {0xFF, 0xFF, 0xFF, 0xFF}}, {REG_DWORD, L"0xFFFFFFFF", {0xFF, 0xFF, 0xFF, 0xFF}},
+        {REG_DWORD, L"", {0, 0, 0, 0}}, {REG_QWORD, L"0x0102030405060708", {8, 7, 6, 5, 4, 3, 2, 1}},
+        {REG_QWORD, L"18446744073709551615", Bytes(8, 0xFF)}, {REG_BINARY, L"00ffA1", {0x00, 0xFF, 0xA1}},
+        {REG_BINARY, L"", {}}, {REG_NONE, L"0a", {0x0A}},
         {REG_MULTI_SZ, L"a\\0bc", {'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}},
-        {REG_MULTI_SZ, L"a\\0", {'a', 0, 0, 0, 0, 0}},
-        {REG_MULTI_SZ, L"", {0, 0}},
-        {REG_DWORD_BIG_ENDIAN, L"0x01020304", {1, 2, 3, 4}},
-        {REG_DWORD_BIG_ENDIAN, L"", {0, 0, 0, 0}},
-        {REG_LINK, L"\\Registry\\X", {'\\', 0, 'R', 0, 'e', 0, 'g', 0, 'i', 0, 's', 0, 't', 0, 'r', 0, 'y', 0,
-                                       '\\', 0, 'X', 0, 0, 0}},
+        {REG_MULTI_SZ, L"a\\0", {'a', 0, 0, 0, 0, 0}}, {REG_MULTI_SZ, L"", {0, 0}},
+        {REG_DWORD_BIG_ENDIAN, L"0x01020304", {1, 2, 3, 4}}, {REG_DWORD_BIG_ENDIAN, L"", {0, 0, 0, 0}},
+        {REG_LINK, L"\\Registry\\X",
+         {'\\', 0, 'R', 0, 'e', 0, 'g', 0, 'i', 0, 's', 0, 't', 0, 'r', 0, 'y', 0, '\\', 0, 'X', 0, 0, 0}},
         {REG_RESOURCE_LIST, L"0aFF", {0x0A, 0xFF}},
-        {REG_FULL_RESOURCE_DESCRIPTOR, L"", {}},
-        {REG_RESOURCE_REQUIREMENTS_LIST, L"01", {1}},
+        {REG_FULL_RESOURCE_DESCRIPTOR, L"", {}}, {REG_RESOURCE_REQUIREMENTS_LIST, L"01", {1}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(TypeName(c.Type) + L" " + c.Text));
