@@ -82,7 +82,7 @@ TEST_F(ComErrorTextTest, CodeFormWhenNoTextIsAvailable)
     }
 }
 
-TEST_F(ComErrorTextTest, ErrorObjectStaysUnlessTheObjectVouchesForIt)
+TEST_F(ComErrorTextTest, ErrorObjectStaysUntilAnObjectVouchesForItsFirstReader)
 {
     SetErrorCOM(L"left by the server", kTestIid);
     EXPECT_EQ(GetErrorString(nullptr, kTestIid, E_FAIL), L"error 0x80004005");
@@ -98,10 +98,8 @@ TEST_F(ComErrorTextTest, ErrorObjectStaysUnlessTheObjectVouchesForIt)
     }
     EXPECT_EQ(noSupport.References(), 1u);
     EXPECT_EQ(answersFalse.References(), 1u);
-}
 
-TEST_F(ComErrorTextTest, FirstReaderTakesTheServersText)
-{
+    // An object that vouches for it gives the text to its first reader only.
     SetErrorCOM(L"Value '%s' is 100% wrong", kTestIid);
     TesselTest::ServerObject server(true, kTestIid);
     EXPECT_EQ(GetErrorString(&server, kTestIid, E_FAIL), L"Value '%s' is 100% wrong");

@@ -178,7 +178,8 @@ TEST_F(ExceptionFactoryTest, GivenErrorObjectWinsAndIsNotConsumed)
     EXPECT_TRUE(TesselTest::ThreadHasErrorObject());
 }
 
-TEST_F(ExceptionFactoryTest, RecordOfCodeZeroThrowsTheFirstRegisteredClass)
+// A record of code zero throws the first class registered for its name.
+TEST_F(ExceptionFactoryTest, RecordThrowsItsClassOrReturns)
 {
     const ErrorStorage records[] = {
         ParameterNotFoundException(L"a"),         InvalidTypeException(L"b"),
@@ -190,10 +191,7 @@ TEST_F(ExceptionFactoryTest, RecordOfCodeZeroThrowsTheFirstRegisteredClass)
         SCOPED_TRACE(testing::PrintToString(std::wstring(record.GetDescription())));
         EXPECT_THROW(ExceptionFactory::Throw(record), PersistentDataParameterNotFoundException);
     }
-}
 
-TEST_F(ExceptionFactoryTest, RecordThrowsItsClassOrReturns)
-{
     ExpectThrown<InternalError>([] { ExceptionFactory::Throw(InternalError(L"named %d", 1)); },
                                 [](const InternalError& error) { EXPECT_STREQ(error.GetDescription(), L"named 1"); });
 

@@ -88,7 +88,7 @@ TEST(CommandLine, AdministratorAndPosixSpellingsMeanTheSame)
     }
 }
 
-TEST(CommandLine, SlashSMeansRecurseToQueryAndSeparatorToAdd)
+TEST(CommandLine, OptionsMeanWhatTheVerbAndTheirPlaceSay)
 {
     const CommandLine query = ParseCommandLine({L"query", L"HKCU\\a", L"/s"});
     EXPECT_TRUE(query.Recurse);
@@ -97,10 +97,8 @@ TEST(CommandLine, SlashSMeansRecurseToQueryAndSeparatorToAdd)
     const CommandLine add = ParseCommandLine({L"add", L"HKCU\\a", L"/s", L"#"});
     EXPECT_FALSE(add.Recurse);
     EXPECT_EQ(add.Separator, std::wstring(L"#"));
-}
 
-TEST(CommandLine, DataMayLookLikeAnOption)
-{
+    // The word after /d or /v is data or a name, however much it looks like an option.
     const CommandLine line = ParseCommandLine({L"add", L"HKCU\\a", L"/d", L"-x", L"/v", L"/f"});
     EXPECT_EQ(line.Data, std::wstring(L"-x"));
     EXPECT_EQ(line.Values, ValueSelection::Named);
