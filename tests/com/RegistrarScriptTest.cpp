@@ -199,7 +199,7 @@ TEST_F(Registrar, ReplacementsFillMarksOnceAndRefuseWhatTheyCannotFill)
     EXPECT_EQ(Register(L"HKCR { R = s '%" + key31 + L"%' }"), DISP_E_EXCEPTION);
 }
 
-TEST_F(Registrar, ForceRemoveClearsAnOldKeyButNotAProtectedOne)
+TEST_F(Registrar, ForceRemoveAndDeleteClearOldKeysButNotProtectedOnes)
 {
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"Foo\\Old\\Deeper"));
     ASSERT_TRUE(SetString(HKEY_CLASSES_ROOT, L"Foo", L"Stale", L"x"));
@@ -213,10 +213,8 @@ TEST_F(Registrar, ForceRemoveClearsAnOldKeyButNotAProtectedOne)
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"Foo\\Sub"));
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"Software\\Marker"));
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"Software\\Added"));
-}
 
-TEST_F(Registrar, DeleteRemovesWhenRegisteringAndActsAsAKeyWhenUnregistering)
-{
+    // Delete removes when registering and acts as a key when unregistering.
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"Gone\\Below"));
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"clsid\\Kept"));
     ASSERT_EQ(Register(L"HKCR { Delete Gone = s 'ignored' Delete CLSID }"), S_OK);

@@ -222,7 +222,7 @@ TEST(RegFileReader, ReadsEveryFormOfAVersionFiveFile)
 }
 
 // Checks the encodings a file may come in: the same content reads the same in each.
-TEST(RegFileReader, ReadsUtf16Utf8AndWindows1252WithEitherLineEnd)
+TEST(RegFileReader, ReadsUtf16Utf8AndWindows1252WithEitherLineEndIntoUtf16)
 {
     const std::string body = "[HKEY_CURRENT_USER\\K]\n\"n\"=\"caf\xC3\xA9\"\n";
     const std::string crlf = "[HKEY_CURRENT_USER\\K]\r\n\"n\"=\"caf\xC3\xA9\"\r\n";
@@ -240,22 +240,19 @@ TEST(RegFileReader, ReadsUtf16Utf8AndWindows1252WithEitherLineEnd)
         ASSERT_EQ(keys[0].Values.size(), 1u);
         EXPECT_EQ(keys[0].Values[0].Data, Utf16Data(u"caf\u00e9\0"));
     }
-}
 
-// Checks that REGEDIT4's hex text data, which holds 8-bit text, becomes the UTF-16 the
-// registry stores, and that Windows-1252's own letters come through.
-TEST(RegFileReader, TurnsRegedit4TextDataIntoUtf16)
-{
+    // REGEDIT4's hex text data holds 8-bit text: it becomes the UTF-16 the registry stores, and
+    // Windows-1252's own letters come through.
     const std::string file = "REGEDIT4\r\n"
                              "[HKEY_CURRENT_USER\\K]\r\n"
                              "\"e\"=hex(2):25,80,25,00\r\n"
                              "\"m\"=hex(7):61,00,c3,a4,00,00\r\n"
                              "\"b\"=hex:80\r\n";
-    const std::vector<RegFileKey> keys = Read(file);
-    ASSERT_EQ(keys[0].Values.size(), 3u);
-    EXPECT_EQ(keys[0].Values[0].Data, Utf16Data(u"%\u20ac%\0"));
-    EXPECT_EQ(keys[0].Values[1].Data, Utf16Data(u"a\0\u00e4\0\0"));
-    EXPECT_EQ(keys[0].Values[2].Data, Bytes{0x80});
+    const std::vector<RegFileKey> regedit4 = Read(file);
+    ASSERT_EQ(regedit4[0].Values.size(), 3u);
+    EXPECT_EQ(regedit4[0].Values[0].Data, Utf16Data(u"%\u20ac%\0"));
+    EXPECT_EQ(regedit4[0].Values[1].Data, Utf16Data(u"a\0\u00e4\0\0"));
+    EXPECT_EQ(regedit4[0].Values[2].Data, Bytes{0x80});
 }
 
 TEST(RegFileReader, NamesTheLineAndTheFaultOfAMalformedFile)
