@@ -103,7 +103,7 @@ TEST(ExceptionFactoryValue, LibraryRegistryAndItsCopiesAndMoves)
     EXPECT_EQ(factory.GetNamedThrowerCount(), 1u);
 }
 
-TEST_F(ExceptionFactoryTest, SuccessCodesReturnAndLeaveTheErrorObject)
+TEST_F(ExceptionFactoryTest, SuccessReturnsAndUnregisteredFailureThrowsExceptionCom)
 {
     SetErrorCOM(L"pending", kTestIid);
     for (LONG code : {0, 1, 0x7FFFFFFF}) {
@@ -111,10 +111,8 @@ TEST_F(ExceptionFactoryTest, SuccessCodesReturnAndLeaveTheErrorObject)
         EXPECT_NO_THROW(ExceptionFactory::Throw(kTestIid, code, nullptr, nullptr));
         EXPECT_TRUE(TesselTest::ThreadHasErrorObject());
     }
-}
 
-TEST_F(ExceptionFactoryTest, UnregisteredCodeThrowsExceptionComWithTheThreadsText)
-{
+    // An unregistered failure code throws ExceptionCOM with the thread's text, which it takes.
     SetErrorCOM(L"Server says 100%", kTestIid);
     const auto throwFailure = [] { ExceptionFactory::Throw(kTestIid, E_FAIL, nullptr, nullptr); };
     ExpectThrown<ExceptionCOM>(throwFailure, [](const ExceptionCOM& error) {

@@ -52,7 +52,7 @@ protected:
     }
 };
 
-TEST_F(TreeCommands, SearchLooksInKeyNamesValueNamesAndDataAsAsked)
+TEST_F(TreeCommands, SearchLooksInKeyNamesValueNamesAndDataAsAskedAndListsUseTheSeparator)
 {
     Add({kKey, L"/v", L"Colour", L"/d", L"Blue sky"});
     Add({kKey, L"/v", L"Count", L"/t", L"REG_DWORD", L"/d", L"0xb1"});
@@ -92,12 +92,10 @@ TEST_F(TreeCommands, SearchLooksInKeyNamesValueNamesAndDataAsAsked)
     }
     EXPECT_EQ(Run({L"query", kKey, L"/f", L"x", L"/t", L"REG_TEXT"}), 1);
     EXPECT_EQ(m_console.ErrText, L"ERROR: Invalid value type \"REG_TEXT\". Type \"tessel-reg query /?\" for usage.\n");
-}
 
-TEST_F(TreeCommands, QueryShowsListsWithTheChosenSeparator)
-{
-    Add({kKey, L"/v", L"L", L"/t", L"REG_MULTI_SZ", L"/d", L"a\\0b"});
-    EXPECT_EQ(Query({kKey, L"/se", L"#"}), L"\n" + kFull + L"\n    L    REG_MULTI_SZ    a#b\n\n");
+    // Lists show with the chosen separator, of one character.
+    Add({kKey + L"\\Lists", L"/v", L"L", L"/t", L"REG_MULTI_SZ", L"/d", L"a\\0b"});
+    EXPECT_EQ(Query({kKey + L"\\Lists", L"/se", L"#"}), L"\n" + kFull + L"\\Lists\n    L    REG_MULTI_SZ    a#b\n\n");
     EXPECT_EQ(Run({L"query", kKey, L"/se", L"##"}), 1);
     EXPECT_EQ(m_console.ErrText, L"ERROR: Invalid syntax. Type \"tessel-reg query /?\" for usage.\n");
 }
