@@ -26,6 +26,8 @@ protected:
 // Each key with its default value comes on registering and goes on unregistering, under every root spelling.
 TEST_F(Registrar, RootKeywordsMatchWholeIgnoringCase)
 {
+    const wchar_t* nested = L"NoRemove Software { TesselRoot = s 'here' }";
+    const wchar_t* nestedPath = L"Software\\TesselRoot";
     const struct {
         const wchar_t* root;
         HKEY key;
@@ -33,12 +35,12 @@ TEST_F(Registrar, RootKeywordsMatchWholeIgnoringCase)
         const wchar_t* path;
     } rows[] = {
         {L"HKCR", HKEY_CLASSES_ROOT, L"Foo = s 'here'", L"Foo"},
-        {L"hkcr", HKEY_CLASSES_ROOT, L"NoRemove Software { TesselRoot = s 'here' }", L"Software\\TesselRoot"},
-        {L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT, L"NoRemove Software { TesselRoot = s 'here' }", L"Software\\TesselRoot"},
-        {L"HKCU", HKEY_CURRENT_USER, L"NoRemove Software { TesselRoot = s 'here' }", L"Software\\TesselRoot"},
-        {L"hkey_current_user", HKEY_CURRENT_USER, L"NoRemove Software { TesselRoot = s 'here' }", L"Software\\TesselRoot"},
-        {L"HKLM", HKEY_LOCAL_MACHINE, L"NoRemove Software { TesselRoot = s 'here' }", L"Software\\TesselRoot"},
-        {L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE, L"NoRemove Software { TesselRoot = s 'here' }", L"Software\\TesselRoot"},
+        {L"hkcr", HKEY_CLASSES_ROOT, nested, nestedPath},
+        {L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT, nested, nestedPath},
+        {L"HKCU", HKEY_CURRENT_USER, nested, nestedPath},
+        {L"hkey_current_user", HKEY_CURRENT_USER, nested, nestedPath},
+        {L"HKLM", HKEY_LOCAL_MACHINE, nested, nestedPath},
+        {L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE, nested, nestedPath},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.root);

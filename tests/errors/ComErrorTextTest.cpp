@@ -74,7 +74,8 @@ TEST(GetCOMErrorMessage, LineEndOfTheSystemTextIsCut)
 TEST_F(ComErrorTextTest, CodeFormWhenNoTextIsAvailable)
 {
     const CodeCase cases[] = {
-        {0x80004005u, L"error 0x80004005"}, {5, L"error 0x000005"}, {0, L"error 00000000"}, {0x7FFFFFFFu, L"error 0x7fffffff"},
+        {0x80004005u, L"error 0x80004005"}, {5, L"error 0x000005"},
+        {0, L"error 00000000"}, {0x7FFFFFFFu, L"error 0x7fffffff"},
     };
     for (const CodeCase& row : cases) {
         SCOPED_TRACE(row.code);

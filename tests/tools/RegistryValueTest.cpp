@@ -74,26 +74,17 @@ TEST(RegistryValue, FormatsDataAsQueryShowsIt)
         const wchar_t* Expected;
     };
     const Case cases[] = {
-        {REG_SZ, {'H', 0, 'i', 0, 0, 0}, L"Hi"},
+        {REG_SZ, {'H', 0, 'i', 0, 0, 0}, L"Hi"}, {REG_SZ, {}, L""},
         {REG_SZ, {'H', 0, 'i', 0}, L"Hi"},              // stored without terminator
         {REG_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0}, L"a"},   // text ends at the first NUL
-        {REG_SZ, {}, L""},
-        {REG_EXPAND_SZ, {'%', 0, 'X', 0, '%', 0, 0, 0}, L"%X%"},
-        {REG_DWORD, {0x2A, 0, 0, 0}, L"0x2a"},
-        {REG_DWORD, {0, 0, 0, 0}, L"0x0"},
-        {REG_DWORD, {0xFF, 0xFF, 0xFF, 0xFF}, L"0xffffffff"},
+        {REG_EXPAND_SZ, {'%', 0, 'X', 0, '%', 0, 0, 0}, L"%X%"}, {REG_DWORD, {0x2A, 0, 0, 0}, L"0x2a"},
+        {REG_DWORD, {0, 0, 0, 0}, L"0x0"}, {REG_DWORD, {0xFF, 0xFF, 0xFF, 0xFF}, L"0xffffffff"},
         {REG_DWORD, {1, 2}, L"0102"},                   // wrong size shows raw
-        {REG_DWORD_BIG_ENDIAN, {0, 0, 1, 0}, L"0x100"},
-        {REG_QWORD, {8, 7, 6, 5, 4, 3, 2, 1}, L"0x102030405060708"},
-        {REG_BINARY, {0x00, 0xAB, 0x0F}, L"00AB0F"},
-        {REG_BINARY, {}, L""},
-        {REG_NONE, {0xDE, 0xAD}, L"DEAD"},
-        {REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}, L"a\\0bc"},
-        {REG_MULTI_SZ, {0, 0}, L""},
+        {REG_DWORD_BIG_ENDIAN, {0, 0, 1, 0}, L"0x100"}, {REG_QWORD, {8, 7, 6, 5, 4, 3, 2, 1}, L"0x102030405060708"},
+        {REG_BINARY, {0x00, 0xAB, 0x0F}, L"00AB0F"}, {REG_BINARY, {}, L""}, {REG_NONE, {0xDE, 0xAD}, L"DEAD"},
+        {REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}, L"a\\0bc"}, {REG_MULTI_SZ, {0, 0}, L""},
         {REG_MULTI_SZ, {'a', 0, 0, 0, 0, 0, 'z', 0, 0, 0}, L"a"}, // nothing after the list's end
-        {REG_RESOURCE_LIST, {1, 2}, L"0102"},
-        {REG_LINK, {'x', 0, 0, 0}, L"x"},
-        {0x1234, {0xAB}, L"AB"},
+        {REG_RESOURCE_LIST, {1, 2}, L"0102"}, {REG_LINK, {'x', 0, 0, 0}, L"x"}, {0x1234, {0xAB}, L"AB"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(TypeName(c.Type) + L" " + c.Expected));
