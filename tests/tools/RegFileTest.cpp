@@ -106,19 +106,6 @@ TEST(RegFileWriter, WritesEachTypeAsTheRegistryEditorDoes)
                                         "\r\n");
 }
 
-// Checks the line width against a value as the registry editor exported it.
-TEST(RegFileWriter, BreaksHexLinesWhereTheRegistryEditorDoes)
-{
-    RegFileWriter writer;
-    writer.BeginKey(L"HKEY_CURRENT_USER\\T");
-    AddValue(writer, L"test", REG_EXPAND_SZ, Utf16Data(u"This is a test\0"));
-    const std::string text = AsciiOf(writer.Finish());
-    EXPECT_NE(text.find("\"test\"=hex(2):54,00,68,00,69,00,73,00,20,00,69,00,73,00,20,00,61,00,20,00,74,\\\r\n"
-                        "  00,65,00,73,00,74,00,00,00\r\n"),
-              std::string::npos)
-        << text;
-}
-
 std::vector<std::string> LinesOf(const std::string& text)
 {
     std::vector<std::string> lines;
@@ -130,9 +117,19 @@ std::vector<std::string> LinesOf(const std::string& text)
     return lines;
 }
 
-// Checks the width rule for a short name, and for a name so long that one byte already passes it.
-TEST(RegFileWriter, KeepsHexLinesWithinEightyColumns)
+// Checks the line width against a value as the registry editor exported it, then the width rule for
+// a short name and for a name so long that one byte already passes it.
+TEST(RegFileWriter, BreaksHexLinesWithinEightyColumnsAsTheRegistryEditorDoes)
 {
+    RegFileWriter exported;
+    exported.BeginKey(L"HKEY_CURRENT_USER\\T");
+    AddValue(exported, L"test", REG_EXPAND_SZ, Utf16Data(u"This is a test\0"));
+    const std::string text = AsciiOf(exported.Finish());
+    EXPECT_NE(text.find("\"test\"=hex(2):54,00,68,00,69,00,73,00,20,00,69,00,73,00,20,00,61,00,20,00,74,\\\r\n"
+                        "  00,65,00,73,00,74,00,00,00\r\n"),
+              std::string::npos)
+        << text;
+
     for (const std::wstring& name : {std::wstring(L"b"), std::wstring(90, L'n')}) {
         SCOPED_TRACE(name.size());
         RegFileWriter writer;
