@@ -76,7 +76,7 @@ ClassTableEntry g_testTable[] = {
     {nullptr, nullptr, nullptr, nullptr, nullptr, 0, 0, nullptr, nullptr},
 };
 
-TEST(ComEntryPoints, ServeNoClassAndWriteNothing)
+TEST(ComEntryPoints, ServeNoClassWriteNothingAndAllowUnloading)
 {
     const CLSID classes[] = {kClass, CLSID_GlobalOptions, {0, 0, 0, {0, 0, 0, 0, 0, 0, 0, 0}}};
     for (const CLSID& clsid : classes) {
@@ -91,10 +91,8 @@ TEST(ComEntryPoints, ServeNoClassAndWriteNothing)
     }
     EXPECT_EQ(SubKeyCount(HKEY_LOCAL_MACHINE, L""), 0u);
     EXPECT_EQ(SubKeyCount(HKEY_CURRENT_USER, L""), 0u);
-}
 
-TEST(ComEntryPoints, CanUnloadWhileClientsHoldReaders)
-{
+    // The library can unload while clients hold readers.
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
     ASSERT_TRUE(MakeKey(HKEY_CURRENT_USER, L"Software\\TesselUnload"));
     const auto reader =

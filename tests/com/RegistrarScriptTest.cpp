@@ -23,33 +23,32 @@ protected:
     CRegObject m_registrar;
 };
 
-TEST_F(Registrar, KeyWithDefaultValueComesAndGoes)
-{
-    const std::wstring script = L"HKCR { Foo = s 'Bar' }";
-    ASSERT_EQ(Register(script), S_OK);
-    EXPECT_EQ(ReadString(HKEY_CLASSES_ROOT, L"Foo", nullptr), L"Bar");
-    ASSERT_EQ(Unregister(script), S_OK);
-    EXPECT_FALSE(KeyExists(HKEY_CLASSES_ROOT, L"Foo"));
-}
-
+// Each key with its default value comes on registering and goes on unregistering, under every root spelling.
 TEST_F(Registrar, RootKeywordsMatchWholeIgnoringCase)
 {
+    const wchar_t* nested = L"NoRemove Software { TesselRoot = s 'here' }";
+    const wchar_t* nestedPath = L"Software\\TesselRoot";
     const struct {
         const wchar_t* root;
         HKEY key;
+        const wchar_t* body;
+        const wchar_t* path;
     } rows[] = {
-        {L"HKCR", HKEY_CLASSES_ROOT},        {L"hkcr", HKEY_CLASSES_ROOT},
-        {L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT}, {L"HKCU", HKEY_CURRENT_USER},
-        {L"hkey_current_user", HKEY_CURRENT_USER}, {L"HKLM", HKEY_LOCAL_MACHINE},
-        {L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE},
+        {L"HKCR", HKEY_CLASSES_ROOT, L"Foo = s 'here'", L"Foo"},
+        {L"hkcr", HKEY_CLASSES_ROOT, nested, nestedPath},
+        {L"HKEY_CLASSES_ROOT", HKEY_CLASSES_ROOT, nested, nestedPath},
+        {L"HKCU", HKEY_CURRENT_USER, nested, nestedPath},
+        {L"hkey_current_user", HKEY_CURRENT_USER, nested, nestedPath},
+        {L"HKLM", HKEY_LOCAL_MACHINE, nested, nestedPath},
+        {L"HKEY_LOCAL_MACHINE", HKEY_LOCAL_MACHINE, nested, nestedPath},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.root);
-        const std::wstring script = std::wstring(row.root) + L" { NoRemove Software { TesselRoot = s 'here' } }";
+        const std::wstring script = std::wstring(row.root) + L" { " + row.body + L" }";
         ASSERT_EQ(Register(script), S_OK);
-        EXPECT_EQ(ReadString(row.key, L"Software\\TesselRoot", nullptr), L"here");
+        EXPECT_EQ(ReadString(row.key, row.path, nullptr), L"here");
         ASSERT_EQ(Unregister(script), S_OK);
-        EXPECT_FALSE(KeyExists(row.key, L"Software\\TesselRoot"));
+        EXPECT_FALSE(KeyExists(row.key, row.path));
     }
     for (const wchar_t* bad : {L"HK", L"HKCRX", L"HKEY_CLASSES", L"Classes"}) {
         SCOPED_TRACE(bad);
@@ -143,18 +142,21 @@ TEST_F(Registrar, SyntaxErrorsGiveDispatchException)
     }
     EXPECT_EQ(Register(L""), S_OK);
     EXPECT_EQ(m_registrar.RunScript(nullptr, TRUE), E_POINTER);
+
+    // Deep nesting is refused without a crash.
+    std::wstring deep = L"HKCR { ";
+    for (int i = 0; i < 5000; ++i)
+        deep += L"K { ";
+    EXPECT_EQ(Unregister(deep), DISP_E_EXCEPTION);
 }
 
-TEST_F(Registrar, QuotedTokensKeepSpacesAndDoubledQuotes)
+TEST_F(Registrar, QuotedTokensKeepSpacesAndDoubledQuotesUpTo4094Characters)
 {
     ASSERT_EQ(Register(L"HKCR { 'Two Words' = s 'it''s ''here''' { '{' } }"), S_OK);
     EXPECT_EQ(ReadString(HKEY_CLASSES_ROOT, L"Two Words", nullptr), L"it's 'here'");
     // Quotes only group: an item that reads "{" is a key of that name.
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"Two Words\\{"));
-}
 
-TEST_F(Registrar, TokenLimitIs4094Characters)
-{
     const std::wstring longest(4094, L'v');
     ASSERT_EQ(Register(L"HKCR { Limits { val " + longest + L" = s '" + longest + L"' } }"), S_OK);
     EXPECT_EQ(ReadString(HKEY_CLASSES_ROOT, L"Limits", longest.c_str()), longest);
@@ -162,15 +164,7 @@ TEST_F(Registrar, TokenLimitIs4094Characters)
     EXPECT_EQ(Register(L"HKCR { Over = s '" + longest + L"v' }"), DISP_E_EXCEPTION);
 }
 
-TEST_F(Registrar, DeepNestingIsRefusedWithoutACrash)
-{
-    std::wstring script = L"HKCR { ";
-    for (int i = 0; i < 5000; ++i)
-        script += L"K { ";
-    EXPECT_EQ(Unregister(script), DISP_E_EXCEPTION);
-}
-
-TEST_F(Registrar, ReplacementsFillMarksOnce)
+TEST_F(Registrar, ReplacementsFillMarksOnceAndRefuseWhatTheyCannotFill)
 {
     ASSERT_EQ(m_registrar.AddReplacementPair(L"Name", L"First"), S_OK);
     ASSERT_EQ(m_registrar.AddReplacementPair(L"NAME", L"Second"), S_OK);
@@ -179,10 +173,8 @@ TEST_F(Registrar, ReplacementsFillMarksOnce)
     EXPECT_EQ(ReadString(HKEY_CLASSES_ROOT, L"Rep", L"A"), L"First");
     EXPECT_EQ(ReadString(HKEY_CLASSES_ROOT, L"Rep", L"B"), L"100%");
     EXPECT_EQ(ReadString(HKEY_CLASSES_ROOT, L"Rep", L"C"), L"%Name%");
-}
+    ASSERT_EQ(m_registrar.ClearReplacementPairs(), S_OK);
 
-TEST_F(Registrar, ReplacementFailures)
-{
     const std::wstring key31(31, L'k');
     ASSERT_EQ(m_registrar.AddReplacementPair(key31.c_str(), L"ok"), S_OK);
     const struct {
@@ -209,7 +201,7 @@ TEST_F(Registrar, ReplacementFailures)
     EXPECT_EQ(Register(L"HKCR { R = s '%" + key31 + L"%' }"), DISP_E_EXCEPTION);
 }
 
-TEST_F(Registrar, ForceRemoveClearsAnOldKeyButNotAProtectedOne)
+TEST_F(Registrar, ForceRemoveAndDeleteClearOldKeysButNotProtectedOnes)
 {
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"Foo\\Old\\Deeper"));
     ASSERT_TRUE(SetString(HKEY_CLASSES_ROOT, L"Foo", L"Stale", L"x"));
@@ -223,10 +215,8 @@ TEST_F(Registrar, ForceRemoveClearsAnOldKeyButNotAProtectedOne)
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"Foo\\Sub"));
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"Software\\Marker"));
     EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"Software\\Added"));
-}
 
-TEST_F(Registrar, DeleteRemovesWhenRegisteringAndActsAsAKeyWhenUnregistering)
-{
+    // Delete removes when registering and acts as a key when unregistering.
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"Gone\\Below"));
     ASSERT_TRUE(MakeKey(HKEY_CLASSES_ROOT, L"clsid\\Kept"));
     ASSERT_EQ(Register(L"HKCR { Delete Gone = s 'ignored' Delete CLSID }"), S_OK);

@@ -64,27 +64,34 @@ inline std::optional<std::wstring> ReadString(HKEY root, const wchar_t* path, co
     return text;
 }
 
-inline bool SetString(HKEY root, const wchar_t* path, const wchar_t* name, const std::wstring& text)
+inline std::vector<BYTE> Bytes(std::initializer_list<int> values)
+{
+    std::vector<BYTE> bytes;
+    for (int v : values)
+        bytes.push_back(static_cast<BYTE>(v));
+    return bytes;
+}
+
+inline bool SetValue(HKEY root, const wchar_t* path, const wchar_t* name, DWORD type, const std::vector<BYTE>& data)
 {
     HKEY key = nullptr;
     if (RegCreateKeyExW(root, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS)
         return false;
-    const std::vector<BYTE> data = Tessel::Detail::Utf16FromWide(text, true);
-    const LSTATUS status = RegSetValueExW(key, name, 0, REG_SZ, data.data(), static_cast<DWORD>(data.size()));
+    const LSTATUS status = RegSetValueExW(key, name, 0, type, data.data(), static_cast<DWORD>(data.size()));
     RegCloseKey(key);
     return status == ERROR_SUCCESS;
 }
 
+inline bool SetString(HKEY root, const wchar_t* path, const wchar_t* name, const std::wstring& text)
+{
+    return SetValue(root, path, name, REG_SZ, Tessel::Detail::Utf16FromWide(text, true));
+}
+
 inline bool SetDword(HKEY root, const wchar_t* path, const wchar_t* name, DWORD number)
 {
-    HKEY key = nullptr;
-    if (RegCreateKeyExW(root, path, 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS)
-        return false;
-    const BYTE data[4] = {static_cast<BYTE>(number), static_cast<BYTE>(number >> 8), static_cast<BYTE>(number >> 16),
-                          static_cast<BYTE>(number >> 24)};
-    const LSTATUS status = RegSetValueExW(key, name, 0, REG_DWORD, data, 4);
-    RegCloseKey(key);
-    return status == ERROR_SUCCESS;
+    return SetValue(root, path, name, REG_DWORD,
+                    Bytes({static_cast<int>(number & 0xFF), static_cast<int>((number >> 8) & 0xFF),
+                           static_cast<int>((number >> 16) & 0xFF), static_cast<int>(number >> 24)}));
 }
 
 inline DWORD SubKeyCount(HKEY root, const wchar_t* path)
@@ -97,14 +104,6 @@ inline DWORD SubKeyCount(HKEY root, const wchar_t* path)
                      nullptr);
     RegCloseKey(key);
     return count;
-}
-
-inline std::vector<BYTE> Bytes(std::initializer_list<int> values)
-{
-    std::vector<BYTE> bytes;
-    for (int v : values)
-        bytes.push_back(static_cast<BYTE>(v));
-    return bytes;
 }
 
 } // namespace ComTest

@@ -36,7 +36,7 @@ protected:
     void TearDown() override { CoUninitialize(); }
 };
 
-TEST(ServiceAppGlobalOptions, OptionComesFromTheKeyOfItsForm)
+TEST(ServiceAppGlobalOptions, OptionComesUncheckedFromTheKeyOfItsForm)
 {
     EXPECT_EQ(ServiceAppGlobalOptions().GetComExceptionHandlingOption(), 2);
     EXPECT_EQ(ServiceAppGlobalOptions(L"Billing").GetComExceptionHandlingOption(), 2);
@@ -53,6 +53,12 @@ TEST(ServiceAppGlobalOptions, OptionComesFromTheKeyOfItsForm)
     EXPECT_EQ(ServiceAppGlobalOptions(L"Billing").GetComExceptionHandlingOption(), 0);
     EXPECT_EQ(ServiceAppGlobalOptions(L"billing").GetComExceptionHandlingOption(), 0);
     EXPECT_EQ(ServiceAppGlobalOptions().GetComExceptionHandlingOption(), 1);
+
+    // Stored numbers pass unchecked.
+    ASSERT_TRUE(SetDword(HKEY_LOCAL_MACHINE, kDefaultKey, kValue, 7));
+    EXPECT_EQ(ServiceAppGlobalOptions().GetComExceptionHandlingOption(), 7);
+    ASSERT_TRUE(SetDword(HKEY_LOCAL_MACHINE, kDefaultKey, kValue, 0xFFFFFFFF));
+    EXPECT_EQ(ServiceAppGlobalOptions().GetComExceptionHandlingOption(), -1);
 }
 
 TEST(ServiceAppGlobalOptions, ValuesOfOtherTypesAndRefusedKeysKeepTheDefault)
@@ -67,14 +73,6 @@ TEST(ServiceAppGlobalOptions, ValuesOfOtherTypesAndRefusedKeysKeepTheDefault)
     ASSERT_EQ(TesselRegSetKeyAccess(key, KEY_READ), ERROR_SUCCESS);
     RegCloseKey(key);
     EXPECT_EQ(ServiceAppGlobalOptions(L"Billing").GetComExceptionHandlingOption(), 2);
-}
-
-TEST(ServiceAppGlobalOptions, StoredNumbersPassUnchecked)
-{
-    ASSERT_TRUE(SetDword(HKEY_LOCAL_MACHINE, kDefaultKey, kValue, 7));
-    EXPECT_EQ(ServiceAppGlobalOptions().GetComExceptionHandlingOption(), 7);
-    ASSERT_TRUE(SetDword(HKEY_LOCAL_MACHINE, kDefaultKey, kValue, 0xFFFFFFFF));
-    EXPECT_EQ(ServiceAppGlobalOptions().GetComExceptionHandlingOption(), -1);
 }
 
 TEST_F(ComThread, ApplyOptionsHandsTheOptionToCom)

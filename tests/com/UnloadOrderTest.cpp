@@ -92,16 +92,13 @@ void ExitBegins()
     std::exit(0);
 }
 
-TEST(UnloadOrder, DetachFindsTheSingletonLocksAliveAsLinked)
+TEST(UnloadOrder, DetachFindsTheSingletonLocksAliveAsLinkedAndWithThePartsReversed)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(RunAndExit(TESSEL_UNLOAD_PROBE), ::testing::ExitedWithCode(0), "");
-}
-
-TEST(UnloadOrder, DetachFindsTheSingletonLocksAliveWithThePartsReversed)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(RunAndExit(TESSEL_UNLOAD_PROBE_REVERSED), ::testing::ExitedWithCode(0), "");
+    for (const char* probe : {TESSEL_UNLOAD_PROBE, TESSEL_UNLOAD_PROBE_REVERSED}) {
+        SCOPED_TRACE(probe);
+        EXPECT_EXIT(RunAndExit(probe), ::testing::ExitedWithCode(0), "");
+    }
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 namespace {
 
 using namespace Tessel;
+using TesselTest::ExpectThrown;
 using TesselTest::kTestIid;
 
 // Access denied by the test interface in particular.
@@ -76,20 +77,13 @@ TEST_F(ClientExceptionTest, InterfaceKeyGoesBeforeTheGeneralOne)
 {
     SetErrorCOM(L"Denied for the test interface", kTestIid);
     TesselTest::ServerObject server(true, kTestIid);
-    try {
-        ExceptionFactory::Throw(kTestIid, E_ACCESSDENIED, nullptr, &server);
-        FAIL() << "nothing thrown";
-    } catch (const TestInterfaceDenied& error) {
-        EXPECT_STREQ(error.GetDescription(), L"Denied for the test interface");
-        EXPECT_TRUE(IsEqualGUID(error.GetComGuid(), kTestIid));
-    }
-
-    try {
-        ExceptionFactory::Throw(TesselTest::kOtherIid, E_ACCESSDENIED, nullptr, nullptr);
-        FAIL() << "nothing thrown";
-    } catch (const AccessDenied& error) {
-        EXPECT_EQ(typeid(error), typeid(AccessDenied));
-    }
+    ExpectThrown<TestInterfaceDenied>([&] { ExceptionFactory::Throw(kTestIid, E_ACCESSDENIED, nullptr, &server); },
+                                      [](const TestInterfaceDenied& error) {
+                                          EXPECT_STREQ(error.GetDescription(), L"Denied for the test interface");
+                                          EXPECT_TRUE(IsEqualGUID(error.GetComGuid(), kTestIid));
+                                      });
+    ExpectThrown<AccessDenied>([] { ExceptionFactory::Throw(TesselTest::kOtherIid, E_ACCESSDENIED, nullptr, nullptr); },
+                               [](const AccessDenied& error) { EXPECT_EQ(typeid(error), typeid(AccessDenied)); });
 }
 
 TEST_F(ClientExceptionTest, NamedKeyIsFoundByTextNotByPointer)
@@ -100,13 +94,11 @@ TEST_F(ClientExceptionTest, NamedKeyIsFoundByTextNotByPointer)
     public:
         OtherBufferError(const wchar_t* name, ULONG code) : ExceptionBase(name, code) {}
     };
-    try {
-        ExceptionFactory::Throw(OtherBufferError(otherBuffer, 7));
-        FAIL() << "nothing thrown";
-    } catch (const ClientNamedError& error) {
-        EXPECT_EQ(error.GetName(), otherBuffer);
-        EXPECT_EQ(error.GetCode(), 7u);
-    }
+    ExpectThrown<ClientNamedError>([&] { ExceptionFactory::Throw(OtherBufferError(otherBuffer, 7)); },
+                                   [&](const ClientNamedError& error) {
+                                       EXPECT_EQ(error.GetName(), otherBuffer);
+                                       EXPECT_EQ(error.GetCode(), 7u);
+                                   });
     // Unregistered named keys return: another code, another name, (null, 2) beside (null, 1).
     EXPECT_NO_THROW(ExceptionFactory::Throw(OtherBufferError(otherBuffer, 8)));
     EXPECT_NO_THROW(ExceptionFactory::Throw(OtherBufferError(L"Tessel.Nobody", 7)));

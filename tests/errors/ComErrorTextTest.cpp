@@ -15,6 +15,7 @@
 namespace {
 
 using namespace Tessel;
+using TesselTest::ExpectThrown;
 using TesselTest::kTestIid;
 
 class ComErrorTextTest : public ::testing::Test {
@@ -23,13 +24,14 @@ protected:
     void TearDown() override { TesselTest::ClearThreadErrorObject(); }
 };
 
+struct CodeCase {
+    ULONG code;
+    const wchar_t* expected;
+};
+
 TEST(GetCOMErrorMessage, CodeInUpperCaseHexAndTheSystemsText)
 {
-    struct Case {
-        ULONG code;
-        const wchar_t* expected;
-    };
-    const Case cases[] = {
+    const CodeCase cases[] = {
         {0x80070005u, L"HRESULT 80070005: Access is denied."},
         {0x8007000Eu, L"HRESULT 8007000E: Not enough memory resources are available to complete this operation."},
         {0x80004005u, L"HRESULT 80004005: Unspecified error"},
@@ -44,7 +46,7 @@ TEST(GetCOMErrorMessage, CodeInUpperCaseHexAndTheSystemsText)
         {0x80050000u, L"HRESULT 80050000: Unknown error 0x80050000"},
         {0x12345u, L"HRESULT 12345: Unknown error 0x12345"},
     };
-    for (const Case& row : cases) {
+    for (const CodeCase& row : cases) {
         SCOPED_TRACE(row.code);
         EXPECT_EQ(GetCOMErrorMessage(static_cast<LONG>(row.code)), row.expected);
     }
@@ -71,23 +73,17 @@ TEST(GetCOMErrorMessage, LineEndOfTheSystemTextIsCut)
 
 TEST_F(ComErrorTextTest, CodeFormWhenNoTextIsAvailable)
 {
-    struct Case {
-        ULONG code;
-        const wchar_t* expected;
+    const CodeCase cases[] = {
+        {0x80004005u, L"error 0x80004005"}, {5, L"error 0x000005"},
+        {0, L"error 00000000"}, {0x7FFFFFFFu, L"error 0x7fffffff"},
     };
-    const Case cases[] = {
-        {0x80004005u, L"error 0x80004005"},
-        {5, L"error 0x000005"},
-        {0, L"error 00000000"},
-        {0x7FFFFFFFu, L"error 0x7fffffff"},
-    };
-    for (const Case& row : cases) {
+    for (const CodeCase& row : cases) {
         SCOPED_TRACE(row.code);
         EXPECT_EQ(GetErrorString(nullptr, kTestIid, static_cast<LONG>(row.code)), row.expected);
     }
 }
 
-TEST_F(ComErrorTextTest, ErrorObjectStaysUnlessTheObjectVouchesForIt)
+TEST_F(ComErrorTextTest, ErrorObjectStaysUntilAnObjectVouchesForItsFirstReader)
 {
     SetErrorCOM(L"left by the server", kTestIid);
     EXPECT_EQ(GetErrorString(nullptr, kTestIid, E_FAIL), L"error 0x80004005");
@@ -103,10 +99,8 @@ TEST_F(ComErrorTextTest, ErrorObjectStaysUnlessTheObjectVouchesForIt)
     }
     EXPECT_EQ(noSupport.References(), 1u);
     EXPECT_EQ(answersFalse.References(), 1u);
-}
 
-TEST_F(ComErrorTextTest, FirstReaderTakesTheServersText)
-{
+    // An object that vouches for it gives the text to its first reader only.
     SetErrorCOM(L"Value '%s' is 100% wrong", kTestIid);
     TesselTest::ServerObject server(true, kTestIid);
     EXPECT_EQ(GetErrorString(&server, kTestIid, E_FAIL), L"Value '%s' is 100% wrong");
@@ -160,33 +154,24 @@ private:
 TEST_F(ComErrorTextTest, StandardExceptionsBecomeTheLibrarysOwn)
 {
     ThrowingServer<std::bad_alloc> outOfMemory{std::bad_alloc()};
-    try {
-        GetErrorString(&outOfMemory, kTestIid, E_FAIL);
-        FAIL() << "nothing thrown";
-    } catch (const OutOfMemory& error) {
+    ExpectThrown<OutOfMemory>([&] { GetErrorString(&outOfMemory, kTestIid, E_FAIL); }, [](const OutOfMemory& error) {
         EXPECT_EQ(std::wstring(error.GetDescription()),
                   std::wstring(L"STD Bad-alloc catched in Tessel::GetErrorString. std::bad_alloc"));
-    }
+    });
     EXPECT_EQ(outOfMemory.References(), 1u);
 
     ThrowingServer<std::runtime_error> standard{std::runtime_error("broken 50%")};
-    try {
-        GetErrorString(&standard, kTestIid, E_FAIL);
-        FAIL() << "nothing thrown";
-    } catch (const Unexpected& error) {
+    ExpectThrown<Unexpected>([&] { GetErrorString(&standard, kTestIid, E_FAIL); }, [](const Unexpected& error) {
         EXPECT_STREQ(error.GetDescription(), L"STD exception caught in Tessel::GetErrorString. broken 50%.");
         EXPECT_STREQ(error.what(), "STD exception caught in Tessel::GetErrorString. broken 50%.");
-    }
+    });
     EXPECT_EQ(standard.References(), 1u);
 
     ThrowingServer<AccessDenied> own{AccessDenied(L"own")};
-    try {
-        GetErrorString(&own, kTestIid, E_FAIL);
-        FAIL() << "nothing thrown";
-    } catch (const ExceptionBase& error) {
+    ExpectThrown<ExceptionBase>([&] { GetErrorString(&own, kTestIid, E_FAIL); }, [](const ExceptionBase& error) {
         EXPECT_EQ(typeid(error), typeid(AccessDenied));
         EXPECT_STREQ(error.GetDescription(), L"own");
-    }
+    });
 
     ThrowingServer<int> other{42};
     EXPECT_THROW(GetErrorString(&other, kTestIid, E_FAIL), int);

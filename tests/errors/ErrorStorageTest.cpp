@@ -17,7 +17,7 @@ using namespace Tessel;
 
 const GUID kInterface = TesselTest::kTestIid;
 
-TEST(ErrorStorage, NullFormatLeavesTextEmptyAndIdentityOfTheClass)
+TEST(ErrorStorage, NullOrRefusedFormatLeavesNoNarrowTextAndTheClassIdentity)
 {
     const InvalidArg error(nullptr);
     EXPECT_STREQ(error.what(), "Message not specified");
@@ -25,6 +25,11 @@ TEST(ErrorStorage, NullFormatLeavesTextEmptyAndIdentityOfTheClass)
     EXPECT_FALSE(error.HasName());
     EXPECT_EQ(error.GetComCode(), static_cast<LONG>(0x80070057u));
     EXPECT_TRUE(IsEqualGUID(error.GetComGuid(), GUID_NULL));
+
+    // Why data must not be the format: a '%' at its end makes the formatter refuse it.
+    const Unexpected refused(L"Rate 50%");
+    EXPECT_STREQ(refused.GetDescription(), L"<error setting exception description: invalid argument>");
+    EXPECT_STREQ(refused.what(), "Message not specified");
 }
 
 TEST(ErrorStorage, FormatsWideAndNarrowArguments)
@@ -32,14 +37,11 @@ TEST(ErrorStorage, FormatsWideAndNarrowArguments)
     const ConfigurationNotFoundException error(L"Key '%s' of %S: %d \u20AC", L"Software\\X", "reader", 5);
     EXPECT_STREQ(error.GetDescription(), L"Key 'Software\\X' of reader: 5 \u20AC");
     EXPECT_STREQ(error.what(), "Key 'Software\\X' of reader: 5 \xE2\x82\xAC");
-}
 
-TEST(ErrorStorage, DataPassedAsArgumentKeepsItsPercentSigns)
-{
-    const wchar_t* path = L"100% of %s and %d";
-    const ParameterNotFoundException error(L"%s", path);
-    EXPECT_STREQ(error.GetDescription(), path);
-    EXPECT_STREQ(error.what(), "100% of %s and %d");
+    // Data passed as an argument keeps its percent signs.
+    const ParameterNotFoundException data(L"%s", L"100% of %s and %d");
+    EXPECT_STREQ(data.GetDescription(), L"100% of %s and %d");
+    EXPECT_STREQ(data.what(), "100% of %s and %d");
 }
 
 // Checks the limit of the record: 1023 characters and the terminator.
@@ -76,15 +78,7 @@ TEST(ErrorStorage, CutTextDoesNotDependOnTheCallersErrno)
     }
 }
 
-// Checks why data must not be the format: a '%' at its end makes the formatter refuse it.
-TEST(ErrorStorage, RefusedFormatGivesTheInvalidArgumentText)
-{
-    const Unexpected error(L"Rate 50%");
-    EXPECT_STREQ(error.GetDescription(), L"<error setting exception description: invalid argument>");
-    EXPECT_STREQ(error.what(), "Message not specified");
-}
-
-TEST(ErrorStorage, CopyTakesKindAndIdentityOfTheSource)
+TEST(ErrorStorage, CopyAndAssignmentTakeKindIdentityAndTextOfTheSource)
 {
     const ErrorStorage record(static_cast<LONG>(0x80004005u), kInterface, nullptr);
     const AccessDenied copy(record);
@@ -103,15 +97,13 @@ TEST(ErrorStorage, CopyTakesKindAndIdentityOfTheSource)
     EXPECT_TRUE(named.HasName());
     EXPECT_EQ(named.GetCode(), 1u);
     EXPECT_EQ(named.GetComCode(), 0);
-}
 
-TEST(ErrorStorage, CopyKeepsTheNarrowTextOfALongMessage)
-{
+    // A copy keeps the narrow text (none) of a message too long for the record.
     const std::wstring text(1100, L'z');
     const Unexpected original(L"%s", text.c_str());
-    const ExceptionBase copy(original);
-    EXPECT_STREQ(copy.what(), "Message not specified");
-    EXPECT_EQ(std::wstring(copy.GetDescription()), text.substr(0, 1023));
+    const ExceptionBase longCopy(original);
+    EXPECT_STREQ(longCopy.what(), "Message not specified");
+    EXPECT_EQ(std::wstring(longCopy.GetDescription()), text.substr(0, 1023));
 
     Unexpected assigned(L"other");
     assigned = Unexpected(L"third %s", L"text");

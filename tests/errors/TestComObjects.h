@@ -2,6 +2,8 @@
 // may or may not vouch for the thread's error object, and an error object whose reading fails.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 
 #include "TesselWin32.h"
@@ -121,6 +123,18 @@ inline bool ThreadHasErrorObject()
     SetErrorInfo(0, object);
     object->Release();
     return true;
+}
+
+// Runs `call`, which must throw `Expected`, and hands what it threw to `check`.
+template <class Expected, class Call, class Check>
+void ExpectThrown(Call call, Check check)
+{
+    try {
+        call();
+        ADD_FAILURE() << "nothing thrown";
+    } catch (const Expected& error) {
+        check(error);
+    }
 }
 
 // Clears the thread's error object, so that a test starts without one.

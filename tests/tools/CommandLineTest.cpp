@@ -7,14 +7,12 @@
 #include <set>
 
 #include "CommandLine.h"
+#include "FakeConsole.h"
 
 namespace Tessel::Reg {
 namespace {
 
-std::string Narrow(const std::wstring& text)
-{
-    return std::string(text.begin(), text.end());
-}
+using Testing::Narrow;
 
 TEST(KeyPath, AcceptsShortAndLongRootsInAnyCase)
 {
@@ -90,7 +88,7 @@ TEST(CommandLine, AdministratorAndPosixSpellingsMeanTheSame)
     }
 }
 
-TEST(CommandLine, SlashSMeansRecurseToQueryAndSeparatorToAdd)
+TEST(CommandLine, OptionsMeanWhatTheVerbAndTheirPlaceSay)
 {
     const CommandLine query = ParseCommandLine({L"query", L"HKCU\\a", L"/s"});
     EXPECT_TRUE(query.Recurse);
@@ -99,10 +97,8 @@ TEST(CommandLine, SlashSMeansRecurseToQueryAndSeparatorToAdd)
     const CommandLine add = ParseCommandLine({L"add", L"HKCU\\a", L"/s", L"#"});
     EXPECT_FALSE(add.Recurse);
     EXPECT_EQ(add.Separator, std::wstring(L"#"));
-}
 
-TEST(CommandLine, DataMayLookLikeAnOption)
-{
+    // The word after /d or /v is data or a name, however much it looks like an option.
     const CommandLine line = ParseCommandLine({L"add", L"HKCU\\a", L"/d", L"-x", L"/v", L"/f"});
     EXPECT_EQ(line.Data, std::wstring(L"-x"));
     EXPECT_EQ(line.Values, ValueSelection::Named);
@@ -189,39 +185,19 @@ TEST(CommandLine, UsageAndCompletionNameEveryVerbAndOption)
 TEST(CommandLine, RefusesMalformedCommands)
 {
     const std::vector<std::wstring> cases[] = {
-        {},
-        {L"frobnicate", L"HKCU\\a"},
-        {L"query"},
-        {L"query", L"HKCU\\a", L"HKCU\\b"},
-        {L"query", L"HKCU\\a", L"/v"},
-        {L"query", L"HKCU\\a", L"/v", L"x", L"/ve"},
-        {L"query", L"HKCU\\a", L"/va"},
-        {L"query", L"HKCU\\a", L"/f"},
-        {L"query", L"HKCU\\a", L"/s", L"/s"},
-        {L"query", L"HKCU\\a", L"--recurse=yes"},
-        {L"query", L"HKCU\\a", L"--values", L"x"},
-        {L"add", L"HKCU\\a", L"/d"},
-        {L"add", L"HKCU\\a", L"/d", L"1", L"/d", L"2"},
-        {L"add", L"HKCU\\a", L"/f", L"/f"},
-        {L"add", L"HKCU\\a", L"/va"},
-        {L"add", L"HKCU\\a", L"/ve", L"/v", L"x"},
-        {L"delete", L"HKCU\\a", L"/v", L"x", L"/va"},
-        {L"delete", L"HKCU\\a", L"/s"},
-        {L"delete", L"HKCU\\a", L"/d", L"x"},
-        {L"delete", L"/f"},
-        {L"query", L"HKCU\\a", L"/k", L"/d"},
-        {L"query", L"HKCU\\a", L"/v", L"x", L"/f", L"y"},
-        {L"query", L"HKCU\\a", L"/ve", L"/e"},
-        {L"query", L"HKCU\\a", L"/reg:32", L"/reg:64"},
-        {L"query", L"HKCU\\a", L"/reg:16"},
-        {L"copy", L"HKCU\\a"},
-        {L"copy", L"HKCU\\a", L"HKCU\\b", L"/v", L"x"},
-        {L"compare", L"HKCU\\a", L"HKCU\\b", L"/s", L"/v", L"x"},
-        {L"compare", L"HKCU\\a", L"HKCU\\b", L"/oa", L"/od"},
-        {L"export", L"HKCU\\a"},
-        {L"export", L"HKCU\\a", L"/file.reg"},
-        {L"import", L"a.reg", L"b.reg"},
-        {L"import", L"a.reg", L"/y"},
+        {}, {L"frobnicate", L"HKCU\\a"}, {L"query"}, {L"query", L"HKCU\\a", L"HKCU\\b"},
+        {L"query", L"HKCU\\a", L"/v"}, {L"query", L"HKCU\\a", L"/v", L"x", L"/ve"}, {L"query", L"HKCU\\a", L"/va"},
+        {L"query", L"HKCU\\a", L"/f"}, {L"query", L"HKCU\\a", L"/s", L"/s"}, {L"query", L"HKCU\\a", L"--recurse=yes"},
+        {L"query", L"HKCU\\a", L"--values", L"x"}, {L"add", L"HKCU\\a", L"/d"},
+        {L"add", L"HKCU\\a", L"/d", L"1", L"/d", L"2"}, {L"add", L"HKCU\\a", L"/f", L"/f"},
+        {L"add", L"HKCU\\a", L"/va"}, {L"add", L"HKCU\\a", L"/ve", L"/v", L"x"},
+        {L"delete", L"HKCU\\a", L"/v", L"x", L"/va"}, {L"delete", L"HKCU\\a", L"/s"},
+        {L"delete", L"HKCU\\a", L"/d", L"x"}, {L"delete", L"/f"}, {L"query", L"HKCU\\a", L"/k", L"/d"},
+        {L"query", L"HKCU\\a", L"/v", L"x", L"/f", L"y"}, {L"query", L"HKCU\\a", L"/ve", L"/e"},
+        {L"query", L"HKCU\\a", L"/reg:32", L"/reg:64"}, {L"query", L"HKCU\\a", L"/reg:16"}, {L"copy", L"HKCU\\a"},
+        {L"copy", L"HKCU\\a", L"HKCU\\b", L"/v", L"x"}, {L"compare", L"HKCU\\a", L"HKCU\\b", L"/s", L"/v", L"x"},
+        {L"compare", L"HKCU\\a", L"HKCU\\b", L"/oa", L"/od"}, {L"export", L"HKCU\\a"},
+        {L"export", L"HKCU\\a", L"/file.reg"}, {L"import", L"a.reg", L"b.reg"}, {L"import", L"a.reg", L"/y"},
     };
     for (const auto& args : cases) {
         std::wstring joined;

@@ -74,9 +74,4 @@ protected:
     FakeConsole m_console;
 };
 
-inline std::string Narrow(std::wstring_view text)
-{
-    return std::string(text.begin(), text.end());
-}
-
 } // namespace Tessel::Reg::Testing

@@ -42,16 +42,16 @@ TEST_F(TesselRegCommands, StoresWhatTheRegistryFunctionsExpect)
     Add({kKey, L"/v", L"M", L"/t", L"REG_MULTI_SZ", L"/s", L",", L"/d", L"a,b"});
     Add({kKey, L"/v", L"D", L"/t", L"REG_DWORD", L"/d", L"0x01020304"});
 
-    const auto s = Stored(L"Software\\TesselRegTest", L"S");
-    ASSERT_TRUE(s.has_value());
-    EXPECT_EQ(s->Type, REG_SZ);
-    EXPECT_EQ(s->Data, (std::vector<BYTE>{0xE4, 0, 0x3D, 0xD8, 0x00, 0xDE, 0, 0}));
-    const auto m = Stored(L"Software\\TesselRegTest", L"M");
-    ASSERT_TRUE(m.has_value());
-    EXPECT_EQ(m->Data, (std::vector<BYTE>{'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}));
-    const auto d = Stored(L"Software\\TesselRegTest", L"D");
-    ASSERT_TRUE(d.has_value());
-    EXPECT_EQ(d->Data, (std::vector<BYTE>{4, 3, 2, 1}));
+    const RegistryValue expected[] = {{L"S", REG_SZ, {0xE4, 0, 0x3D, 0xD8, 0x00, 0xDE, 0, 0}},
+                                      {L"M", REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}},
+                                      {L"D", REG_DWORD, {4, 3, 2, 1}}};
+    for (const RegistryValue& value : expected) {
+        SCOPED_TRACE(Narrow(value.Name));
+        const auto stored = Stored(L"Software\\TesselRegTest", value.Name);
+        ASSERT_TRUE(stored.has_value());
+        EXPECT_EQ(stored->Type, value.Type);
+        EXPECT_EQ(stored->Data, value.Data);
+    }
 }
 
 TEST_F(TesselRegCommands, QueriesOneValueOrTheDefault)
@@ -70,11 +70,8 @@ TEST_F(TesselRegCommands, QueriesOneValueOrTheDefault)
 TEST_F(TesselRegCommands, MissingKeyIsReportedByEveryCommand)
 {
     const std::vector<std::wstring> cases[] = {
-        {L"query", kKey + L"\\Nope"},
-        {L"query", kKey + L"\\Nope", L"/s"},
-        {L"delete", kKey + L"\\Nope", L"/f"},
-        {L"delete", kKey + L"\\Nope", L"/v", L"x", L"/f"},
-        {L"delete", kKey + L"\\Nope", L"/va", L"/f"},
+        {L"query", kKey + L"\\Nope"}, {L"query", kKey + L"\\Nope", L"/s"}, {L"delete", kKey + L"\\Nope", L"/f"},
+        {L"delete", kKey + L"\\Nope", L"/v", L"x", L"/f"}, {L"delete", kKey + L"\\Nope", L"/va", L"/f"},
     };
     for (const auto& args : cases) {
         SCOPED_TRACE(std::string(args[0].begin(), args[0].end()) + " " + std::to_string(args.size()));

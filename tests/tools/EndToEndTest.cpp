@@ -88,13 +88,8 @@ TEST(TesselRegTool, WritesAndReadsBackUtf8NamesAndData)
 TEST(TesselRegTool, BadArgumentsGiveOneErrorLineAndExitOne)
 {
     const std::vector<std::string> cases[] = {
-        {},
-        {"list", "HKCU\\a"},
-        {"query"},
-        {"query", "HKZZ\\a"},
-        {"query", "HKCU\\a", "--bogus"},
-        {"add", "HKCU\\a", "/v", "x", "/t", "REG_DWORD", "/d", "ten"},
-        {"delete", "HKCU\\a", "/v", "x", "/ve"},
+        {}, {"list", "HKCU\\a"}, {"query"}, {"query", "HKZZ\\a"}, {"query", "HKCU\\a", "--bogus"},
+        {"add", "HKCU\\a", "/v", "x", "/t", "REG_DWORD", "/d", "ten"}, {"delete", "HKCU\\a", "/v", "x", "/ve"},
     };
     for (const auto& args : cases) {
         std::string joined;
@@ -144,20 +139,17 @@ TEST(TesselRegTool, CompareExitsTwoWhenKeysDiffer)
     EXPECT_EQ(RunTessel({"compare", "HKCU\\Software\\A", "HKCU\\Software\\A"}).Exit, 0);
 }
 
-TEST(TesselRegTool, VersionNamesTheToolAndTheLibrary)
+TEST(TesselRegTool, VersionAndHelpGoToStdoutAndSucceed)
 {
-    const Outcome outcome = RunTessel({"--version"});
-    EXPECT_EQ(outcome.Exit, 0);
-    EXPECT_EQ(outcome.Out.rfind("tessel-reg ", 0), 0u) << outcome.Out;
-    EXPECT_NE(outcome.Out.find("\nKavorTesselUtils "), std::string::npos) << outcome.Out;
-}
+    const Outcome version = RunTessel({"--version"});
+    EXPECT_EQ(version.Exit, 0);
+    EXPECT_EQ(version.Out.rfind("tessel-reg ", 0), 0u) << version.Out;
+    EXPECT_NE(version.Out.find("\nKavorTesselUtils "), std::string::npos) << version.Out;
 
-TEST(TesselRegTool, HelpGoesToStdoutAndSucceeds)
-{
-    const Outcome outcome = RunTessel({"query", "--help"});
-    EXPECT_EQ(outcome.Exit, 0);
-    EXPECT_EQ(outcome.Out.rfind("tessel-reg query KEY", 0), 0u);
-    EXPECT_EQ(outcome.Err, "");
+    const Outcome help = RunTessel({"query", "--help"});
+    EXPECT_EQ(help.Exit, 0);
+    EXPECT_EQ(help.Out.rfind("tessel-reg query KEY", 0), 0u);
+    EXPECT_EQ(help.Err, "");
 }
 
 } // namespace

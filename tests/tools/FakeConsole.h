@@ -41,4 +41,10 @@ private:
     std::deque<std::wstring> m_answers;
 };
 
+// The tests' ASCII text as bytes, for traces and file names.
+inline std::string Narrow(std::wstring_view text)
+{
+    return std::string(text.begin(), text.end());
+}
+
 } // namespace Tessel::Reg::Testing

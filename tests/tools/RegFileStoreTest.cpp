@@ -126,19 +126,14 @@ TEST(RegFileStore, ImportDeletesKeysAndValuesAndAppliesLinesInOrder)
 
 TEST(RegFileStore, MappedRootsAndTheThirtyTwoBitViewLandWhereTheyLive)
 {
-    ASSERT_EQ(Import("Windows Registry Editor Version 5.00\n"
-                     "[HKEY_CLASSES_ROOT\\.tessel]\n@=\"classes\"\n"
-                     "[HKEY_CURRENT_CONFIG\\Display]\n\"c\"=\"config\"\n")
-                  .Status,
-              ERROR_SUCCESS);
+    ASSERT_EQ(Import("Windows Registry Editor Version 5.00\n[HKEY_CLASSES_ROOT\\.tessel]\n@=\"classes\"\n"
+                     "[HKEY_CURRENT_CONFIG\\Display]\n\"c\"=\"config\"\n").Status, ERROR_SUCCESS);
     EXPECT_EQ(Get(Path(L"HKLM\\Software\\Classes\\.tessel"), L"")->Data, Text(L"classes"));
     EXPECT_EQ(Get(Path(L"HKLM\\System\\CurrentControlSet\\Hardware Profiles\\Current\\Display"), L"c")->Data,
               Text(L"config"));
 
     ASSERT_EQ(Import("Windows Registry Editor Version 5.00\n[HKEY_LOCAL_MACHINE\\Software\\Vendor]\n\"bits\"=dword:20\n",
-                     KEY_WOW64_32KEY)
-                  .Status,
-              ERROR_SUCCESS);
+                     KEY_WOW64_32KEY).Status, ERROR_SUCCESS);
     EXPECT_TRUE(Get(Path(L"HKLM\\Software\\WOW6432Node\\Vendor"), L"bits").has_value());
     EXPECT_FALSE(Get(Path(L"HKLM\\Software\\Vendor"), L"bits").has_value());
     KeyPath view32 = Path(L"HKLM\\Software\\Vendor");

@@ -4,17 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include "FakeConsole.h"
 #include "RegFile.h"
 
 namespace Tessel::Reg {
 namespace {
 
 using Bytes = std::vector<BYTE>;
-
-std::string Narrow(std::wstring_view text)
-{
-    return std::string(text.begin(), text.end());
-}
+using Testing::Narrow;
 
 // UTF-16LE file bytes as ASCII text, after checking the byte-order mark; every unit here is ASCII.
 std::string AsciiOf(const std::string& file)
@@ -109,19 +106,6 @@ TEST(RegFileWriter, WritesEachTypeAsTheRegistryEditorDoes)
                                         "\r\n");
 }
 
-// Checks the line width against a value as the registry editor exported it.
-TEST(RegFileWriter, BreaksHexLinesWhereTheRegistryEditorDoes)
-{
-    RegFileWriter writer;
-    writer.BeginKey(L"HKEY_CURRENT_USER\\T");
-    AddValue(writer, L"test", REG_EXPAND_SZ, Utf16Data(u"This is a test\0"));
-    const std::string text = AsciiOf(writer.Finish());
-    EXPECT_NE(text.find("\"test\"=hex(2):54,00,68,00,69,00,73,00,20,00,69,00,73,00,20,00,61,00,20,00,74,\\\r\n"
-                        "  00,65,00,73,00,74,00,00,00\r\n"),
-              std::string::npos)
-        << text;
-}
-
 std::vector<std::string> LinesOf(const std::string& text)
 {
     std::vector<std::string> lines;
@@ -133,9 +117,19 @@ std::vector<std::string> LinesOf(const std::string& text)
     return lines;
 }
 
-// Checks the width rule for a short name, and for a name so long that one byte already passes it.
-TEST(RegFileWriter, KeepsHexLinesWithinEightyColumns)
+// Checks the line width against a value as the registry editor exported it, then the width rule for
+// a short name and for a name so long that one byte already passes it.
+TEST(RegFileWriter, BreaksHexLinesWithinEightyColumnsAsTheRegistryEditorDoes)
 {
+    RegFileWriter exported;
+    exported.BeginKey(L"HKEY_CURRENT_USER\\T");
+    AddValue(exported, L"test", REG_EXPAND_SZ, Utf16Data(u"This is a test\0"));
+    const std::string text = AsciiOf(exported.Finish());
+    EXPECT_NE(text.find("\"test\"=hex(2):54,00,68,00,69,00,73,00,20,00,69,00,73,00,20,00,61,00,20,00,74,\\\r\n"
+                        "  00,65,00,73,00,74,00,00,00\r\n"),
+              std::string::npos)
+        << text;
+
     for (const std::wstring& name : {std::wstring(L"b"), std::wstring(90, L'n')}) {
         SCOPED_TRACE(name.size());
         RegFileWriter writer;
@@ -225,7 +219,7 @@ TEST(RegFileReader, ReadsEveryFormOfAVersionFiveFile)
 }
 
 // Checks the encodings a file may come in: the same content reads the same in each.
-TEST(RegFileReader, ReadsUtf16Utf8AndWindows1252WithEitherLineEnd)
+TEST(RegFileReader, ReadsUtf16Utf8AndWindows1252WithEitherLineEndIntoUtf16)
 {
     const std::string body = "[HKEY_CURRENT_USER\\K]\n\"n\"=\"caf\xC3\xA9\"\n";
     const std::string crlf = "[HKEY_CURRENT_USER\\K]\r\n\"n\"=\"caf\xC3\xA9\"\r\n";
@@ -243,22 +237,19 @@ TEST(RegFileReader, ReadsUtf16Utf8AndWindows1252WithEitherLineEnd)
         ASSERT_EQ(keys[0].Values.size(), 1u);
         EXPECT_EQ(keys[0].Values[0].Data, Utf16Data(u"caf\u00e9\0"));
     }
-}
 
-// Checks that REGEDIT4's hex text data, which holds 8-bit text, becomes the UTF-16 the
-// registry stores, and that Windows-1252's own letters come through.
-TEST(RegFileReader, TurnsRegedit4TextDataIntoUtf16)
-{
+    // REGEDIT4's hex text data holds 8-bit text: it becomes the UTF-16 the registry stores, and
+    // Windows-1252's own letters come through.
     const std::string file = "REGEDIT4\r\n"
                              "[HKEY_CURRENT_USER\\K]\r\n"
                              "\"e\"=hex(2):25,80,25,00\r\n"
                              "\"m\"=hex(7):61,00,c3,a4,00,00\r\n"
                              "\"b\"=hex:80\r\n";
-    const std::vector<RegFileKey> keys = Read(file);
-    ASSERT_EQ(keys[0].Values.size(), 3u);
-    EXPECT_EQ(keys[0].Values[0].Data, Utf16Data(u"%\u20ac%\0"));
-    EXPECT_EQ(keys[0].Values[1].Data, Utf16Data(u"a\0\u00e4\0\0"));
-    EXPECT_EQ(keys[0].Values[2].Data, Bytes{0x80});
+    const std::vector<RegFileKey> regedit4 = Read(file);
+    ASSERT_EQ(regedit4[0].Values.size(), 3u);
+    EXPECT_EQ(regedit4[0].Values[0].Data, Utf16Data(u"%\u20ac%\0"));
+    EXPECT_EQ(regedit4[0].Values[1].Data, Utf16Data(u"a\0\u00e4\0\0"));
+    EXPECT_EQ(regedit4[0].Values[2].Data, Bytes{0x80});
 }
 
 TEST(RegFileReader, NamesTheLineAndTheFaultOfAMalformedFile)

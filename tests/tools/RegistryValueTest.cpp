@@ -4,17 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "Commands.h"
+#include "FakeConsole.h"
 #include "RegistryValue.h"
 
 namespace Tessel::Reg {
 namespace {
 
 using Bytes = std::vector<BYTE>;
-
-std::string Narrow(std::wstring_view text)
-{
-    return std::string(text.begin(), text.end());
-}
+using Testing::Narrow;
 
 TEST(RegistryValue, ParsesDataOfEachType)
 {
@@ -24,31 +21,21 @@ TEST(RegistryValue, ParsesDataOfEachType)
         Bytes Expected;
     };
     const Case cases[] = {
-        {REG_SZ, L"Hi", {'H', 0, 'i', 0, 0, 0}},
-        {REG_SZ, L"", {0, 0}},
+        {REG_SZ, L"Hi", {'H', 0, 'i', 0, 0, 0}}, {REG_SZ, L"", {0, 0}},
         {REG_EXPAND_SZ, L"%TMP%", {'%', 0, 'T', 0, 'M', 0, 'P', 0, '%', 0, 0, 0}},
-        {REG_SZ, L"\u00e9\u20ac", {0xE9, 0, 0xAC, 0x20, 0, 0}},
-        {REG_DWORD, L"10", {10, 0, 0, 0}},
-        {REG_DWORD, L"0x1F", {0x1F, 0, 0, 0}},
-        {REG_DWORD, L"0XfF", {0xFF, 0, 0, 0}},
-        {REG_DWORD, L"4294967295", {0xFF, 0xFF, 0xFF, 0xFF}},
-        {REG_DWORD, L"0xFFFFFFFF", {0xFF, 0xFF, 0xFF, 0xFF}},
-        {REG_DWORD, L"", {0, 0, 0, 0}},
-        {REG_QWORD, L"0x0102030405060708", {8, 7, 6, 5, 4, 3, 2, 1}},
-        {REG_QWORD, L"18446744073709551615", Bytes(8, 0xFF)},
-        {REG_BINARY, L"00ffA1", {0x00, 0xFF, 0xA1}},
-        {REG_BINARY, L"", {}},
-        {REG_NONE, L"0a", {0x0A}},
+        {REG_SZ, L"\u00e9\u20ac", {0xE9, 0, 0xAC, 0x20, 0, 0}}, {REG_DWORD, L"10", {10, 0, 0, 0}},
+        {REG_DWORD, L"0x1F", {0x1F, 0, 0, 0}}, {REG_DWORD, L"0XfF", {0xFF, 0, 0, 0}},
+        {REG_DWORD, L"4294967295", {0xFF, 0xFF, 0xFF, 0xFF}}, {REG_DWORD, L"0xFFFFFFFF", {0xFF, 0xFF, 0xFF, 0xFF}},
+        {REG_DWORD, L"", {0, 0, 0, 0}}, {REG_QWORD, L"0x0102030405060708", {8, 7, 6, 5, 4, 3, 2, 1}},
+        {REG_QWORD, L"18446744073709551615", Bytes(8, 0xFF)}, {REG_BINARY, L"00ffA1", {0x00, 0xFF, 0xA1}},
+        {REG_BINARY, L"", {}}, {REG_NONE, L"0a", {0x0A}},
         {REG_MULTI_SZ, L"a\\0bc", {'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}},
-        {REG_MULTI_SZ, L"a\\0", {'a', 0, 0, 0, 0, 0}},
-        {REG_MULTI_SZ, L"", {0, 0}},
-        {REG_DWORD_BIG_ENDIAN, L"0x01020304", {1, 2, 3, 4}},
-        {REG_DWORD_BIG_ENDIAN, L"", {0, 0, 0, 0}},
-        {REG_LINK, L"\\Registry\\X", {'\\', 0, 'R', 0, 'e', 0, 'g', 0, 'i', 0, 's', 0, 't', 0, 'r', 0, 'y', 0,
-                                       '\\', 0, 'X', 0, 0, 0}},
+        {REG_MULTI_SZ, L"a\\0", {'a', 0, 0, 0, 0, 0}}, {REG_MULTI_SZ, L"", {0, 0}},
+        {REG_DWORD_BIG_ENDIAN, L"0x01020304", {1, 2, 3, 4}}, {REG_DWORD_BIG_ENDIAN, L"", {0, 0, 0, 0}},
+        {REG_LINK, L"\\Registry\\X",
+         {'\\', 0, 'R', 0, 'e', 0, 'g', 0, 'i', 0, 's', 0, 't', 0, 'r', 0, 'y', 0, '\\', 0, 'X', 0, 0, 0}},
         {REG_RESOURCE_LIST, L"0aFF", {0x0A, 0xFF}},
-        {REG_FULL_RESOURCE_DESCRIPTOR, L"", {}},
-        {REG_RESOURCE_REQUIREMENTS_LIST, L"01", {1}},
+        {REG_FULL_RESOURCE_DESCRIPTOR, L"", {}}, {REG_RESOURCE_REQUIREMENTS_LIST, L"01", {1}},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(TypeName(c.Type) + L" " + c.Text));
@@ -87,26 +74,17 @@ TEST(RegistryValue, FormatsDataAsQueryShowsIt)
         const wchar_t* Expected;
     };
     const Case cases[] = {
-        {REG_SZ, {'H', 0, 'i', 0, 0, 0}, L"Hi"},
+        {REG_SZ, {'H', 0, 'i', 0, 0, 0}, L"Hi"}, {REG_SZ, {}, L""},
         {REG_SZ, {'H', 0, 'i', 0}, L"Hi"},              // stored without terminator
         {REG_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0}, L"a"},   // text ends at the first NUL
-        {REG_SZ, {}, L""},
-        {REG_EXPAND_SZ, {'%', 0, 'X', 0, '%', 0, 0, 0}, L"%X%"},
-        {REG_DWORD, {0x2A, 0, 0, 0}, L"0x2a"},
-        {REG_DWORD, {0, 0, 0, 0}, L"0x0"},
-        {REG_DWORD, {0xFF, 0xFF, 0xFF, 0xFF}, L"0xffffffff"},
+        {REG_EXPAND_SZ, {'%', 0, 'X', 0, '%', 0, 0, 0}, L"%X%"}, {REG_DWORD, {0x2A, 0, 0, 0}, L"0x2a"},
+        {REG_DWORD, {0, 0, 0, 0}, L"0x0"}, {REG_DWORD, {0xFF, 0xFF, 0xFF, 0xFF}, L"0xffffffff"},
         {REG_DWORD, {1, 2}, L"0102"},                   // wrong size shows raw
-        {REG_DWORD_BIG_ENDIAN, {0, 0, 1, 0}, L"0x100"},
-        {REG_QWORD, {8, 7, 6, 5, 4, 3, 2, 1}, L"0x102030405060708"},
-        {REG_BINARY, {0x00, 0xAB, 0x0F}, L"00AB0F"},
-        {REG_BINARY, {}, L""},
-        {REG_NONE, {0xDE, 0xAD}, L"DEAD"},
-        {REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}, L"a\\0bc"},
-        {REG_MULTI_SZ, {0, 0}, L""},
+        {REG_DWORD_BIG_ENDIAN, {0, 0, 1, 0}, L"0x100"}, {REG_QWORD, {8, 7, 6, 5, 4, 3, 2, 1}, L"0x102030405060708"},
+        {REG_BINARY, {0x00, 0xAB, 0x0F}, L"00AB0F"}, {REG_BINARY, {}, L""}, {REG_NONE, {0xDE, 0xAD}, L"DEAD"},
+        {REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 'c', 0, 0, 0, 0, 0}, L"a\\0bc"}, {REG_MULTI_SZ, {0, 0}, L""},
         {REG_MULTI_SZ, {'a', 0, 0, 0, 0, 0, 'z', 0, 0, 0}, L"a"}, // nothing after the list's end
-        {REG_RESOURCE_LIST, {1, 2}, L"0102"},
-        {REG_LINK, {'x', 0, 0, 0}, L"x"},
-        {0x1234, {0xAB}, L"AB"},
+        {REG_RESOURCE_LIST, {1, 2}, L"0102"}, {REG_LINK, {'x', 0, 0, 0}, L"x"}, {0x1234, {0xAB}, L"AB"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(Narrow(TypeName(c.Type) + L" " + c.Expected));

@@ -52,7 +52,7 @@ protected:
     }
 };
 
-TEST_F(TreeCommands, SearchLooksInKeyNamesValueNamesAndDataAsAsked)
+TEST_F(TreeCommands, SearchLooksInKeyNamesValueNamesAndDataAsAskedAndListsUseTheSeparator)
 {
     Add({kKey, L"/v", L"Colour", L"/d", L"Blue sky"});
     Add({kKey, L"/v", L"Count", L"/t", L"REG_DWORD", L"/d", L"0xb1"});
@@ -92,12 +92,10 @@ TEST_F(TreeCommands, SearchLooksInKeyNamesValueNamesAndDataAsAsked)
     }
     EXPECT_EQ(Run({L"query", kKey, L"/f", L"x", L"/t", L"REG_TEXT"}), 1);
     EXPECT_EQ(m_console.ErrText, L"ERROR: Invalid value type \"REG_TEXT\". Type \"tessel-reg query /?\" for usage.\n");
-}
 
-TEST_F(TreeCommands, QueryShowsListsWithTheChosenSeparator)
-{
-    Add({kKey, L"/v", L"L", L"/t", L"REG_MULTI_SZ", L"/d", L"a\\0b"});
-    EXPECT_EQ(Query({kKey, L"/se", L"#"}), L"\n" + kFull + L"\n    L    REG_MULTI_SZ    a#b\n\n");
+    // Lists show with the chosen separator, of one character.
+    Add({kKey + L"\\Lists", L"/v", L"L", L"/t", L"REG_MULTI_SZ", L"/d", L"a\\0b"});
+    EXPECT_EQ(Query({kKey + L"\\Lists", L"/se", L"#"}), L"\n" + kFull + L"\\Lists\n    L    REG_MULTI_SZ    a#b\n\n");
     EXPECT_EQ(Run({L"query", kKey, L"/se", L"##"}), 1);
     EXPECT_EQ(m_console.ErrText, L"ERROR: Invalid syntax. Type \"tessel-reg query /?\" for usage.\n");
 }
@@ -193,24 +191,26 @@ TEST_F(TreeCommands, ExportThenImportRestoresTheTree)
     EXPECT_EQ(ReadBytes(file), exported);
 }
 
-TEST_F(TreeCommands, ExportAsksBeforeReplacingAFileAndLeavesItOtherwise)
+// Export and save ask the same question before replacing a file, and leave the file unless told.
+TEST_F(TreeCommands, ExportAndSaveAskBeforeReplacingAFile)
 {
     Add({kKey, L"/v", L"v", L"/d", L"1"});
-    const std::wstring file = FileInStore(L"kept.reg");
-    WriteBytes(file, "precious");
-
-    EXPECT_EQ(Run({L"export", kKey, file}), 1);
-    EXPECT_EQ(m_console.ErrText, L"ERROR: File " + file + L" exists; use /y to overwrite it.\n");
-    FakeConsole declining(true, {L"n"});
-    EXPECT_EQ(Run({L"export", kKey, file}, declining), 1);
-    EXPECT_EQ(declining.Questions, std::vector<std::wstring>{L"File " + file + L" exists, overwrite(Yes/No)?"});
-    EXPECT_EQ(Run({L"export", kKey + L"\\Missing", file, L"/y"}), 1);
-    EXPECT_EQ(m_console.ErrText, kNotFound);
-    EXPECT_EQ(ReadBytes(file), "precious");
-
+    for (const wchar_t* verb : {L"export", L"save"}) {
+        SCOPED_TRACE(Narrow(verb));
+        const std::wstring file = FileInStore(std::wstring(L"kept.") + verb);
+        WriteBytes(file, "precious");
+        EXPECT_EQ(Run({verb, kKey, file}), 1);
+        EXPECT_EQ(m_console.ErrText, L"ERROR: File " + file + L" exists; use /y to overwrite it.\n");
+        FakeConsole declining(true, {L"n"});
+        EXPECT_EQ(Run({verb, kKey, file}, declining), 1);
+        EXPECT_EQ(declining.Questions, std::vector<std::wstring>{L"File " + file + L" exists, overwrite(Yes/No)?"});
+        EXPECT_EQ(Run({verb, kKey + L"\\Missing", file, L"/y"}), 1);
+        EXPECT_EQ(m_console.ErrText, kNotFound);
+        EXPECT_EQ(ReadBytes(file), "precious");
+    }
     FakeConsole agreeing(true, {L"y"});
-    EXPECT_EQ(Run({L"export", kKey, file}, agreeing), 0);
-    EXPECT_EQ(ReadBytes(file).substr(0, 2), "\xFF\xFE");
+    EXPECT_EQ(Run({L"export", kKey, FileInStore(L"kept.export")}, agreeing), 0);
+    EXPECT_EQ(ReadBytes(FileInStore(L"kept.export")).substr(0, 2), "\xFF\xFE");
 }
 
 TEST_F(TreeCommands, ImportOfAMalformedFileNamesTheLineAndWritesNothing)
@@ -245,17 +245,11 @@ TEST_F(TreeCommands, SaveThenRestoreBringsTheTreeBack)
     EXPECT_EQ(Run({L"compare", kA, copy, L"/s"}), 0);
 }
 
-TEST_F(TreeCommands, SaveAsksBeforeReplacingAFileAndRestoreRefusesBadFiles)
+TEST_F(TreeCommands, RestoreRefusesBadFilesAndSaveUnwritableOnes)
 {
     Add({kKey, L"/v", L"v", L"/d", L"1"});
     const std::wstring file = FileInStore(L"kept.sav");
     WriteBytes(file, "precious");
-    EXPECT_EQ(Run({L"save", kKey, file}), 1);
-    EXPECT_EQ(m_console.ErrText, L"ERROR: File " + file + L" exists; use /y to overwrite it.\n");
-    FakeConsole declining(true, {L"n"});
-    EXPECT_EQ(Run({L"save", kKey, file}, declining), 1);
-    EXPECT_EQ(ReadBytes(file), "precious");
-
     EXPECT_EQ(Run({L"restore", kKey, file}), 1);
     EXPECT_EQ(m_console.ErrText, L"ERROR: The configuration registry database is corrupt.\n");
     EXPECT_EQ(Run({L"restore", kKey, FileInStore(L"missing.sav")}), 1);
