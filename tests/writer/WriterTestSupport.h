@@ -35,11 +35,6 @@ inline RawValue RawText(const std::wstring& text)
     return RawValue{REG_SZ, Utf16Bytes(text)};
 }
 
-inline std::vector<BYTE> DwordBytes(DWORD number)
-{
-    return {BYTE(number), BYTE(number >> 8), BYTE(number >> 16), BYTE(number >> 24)};
-}
-
 // Keys below HKEY_LOCAL_MACHINE.
 inline bool KeyExists(const std::wstring& subKey)
 {

@@ -152,18 +152,11 @@ TEST_F(ComErrorObjectTest, ThreadsObjectGoesToItsFirstReaderOnly)
     EXPECT_EQ(GetErrorInfo(0, &taken), S_FALSE);
 }
 
-TEST(ComErrorObject, ThreadEndReleasesItsObject)
+TEST_F(ComErrorObjectTest, ThreadEndReleasesItsObject)
 {
-    ICreateErrorInfo* writer = nullptr;
-    ASSERT_EQ(CreateErrorInfo(&writer), S_OK);
-    IErrorInfo* reader = nullptr;
-    ASSERT_EQ(writer->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&reader)), S_OK);
-    std::thread worker([reader] { SetErrorInfo(0, reader); });
-    worker.join();
-    reader->AddRef();
-    EXPECT_EQ(reader->Release(), 2u); // writer and reader remain, the thread's reference is gone
-    reader->Release();
-    writer->Release();
+    std::thread([this] { SetErrorInfo(0, m_reader); }).join();
+    m_reader->AddRef();
+    EXPECT_EQ(m_reader->Release(), 2u); // writer and reader remain, the thread's reference is gone
 }
 
 } // namespace

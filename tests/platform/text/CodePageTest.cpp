@@ -53,25 +53,19 @@ TEST(CodePage, AnsiCodePagesAreUtf8AndCountTheTerminator)
     }
 }
 
-TEST(CodePage, ExplicitCountWritesNoTerminator)
+TEST(CodePage, ExplicitCountWritesNoTerminatorAndBufferOneShortIsInsufficient)
 {
-    wchar_t wide[4] = {L'x', L'x', L'x', L'x'};
+    wchar_t wide[8] = {L'x', L'x', L'x', L'x'};
     EXPECT_EQ(2, MultiByteToWideChar(CP_UTF8, 0, "abc", 2, wide, 4));
     EXPECT_EQ(L'x', wide[2]);
-    char narrow[4] = "xxx";
+    char narrow[15] = "xxx";
     EXPECT_EQ(2, WideCharToMultiByte(CP_UTF8, 0, L"abc", 2, narrow, 4, nullptr, nullptr));
     EXPECT_EQ('x', narrow[2]);
-}
 
-TEST(CodePage, BufferOneShortIsInsufficient)
-{
-    wchar_t wide[8];
     SetLastError(0);
     EXPECT_EQ(0, MultiByteToWideChar(CP_UTF8, 0, kNarrow, -1, wide, 8));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
-
     // The four-byte character doesn't fit into three bytes even though bytes are left.
-    char narrow[15];
     SetLastError(0);
     EXPECT_EQ(0, WideCharToMultiByte(CP_UTF8, 0, kWide, -1, narrow, 15, nullptr, nullptr));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
