@@ -46,26 +46,23 @@ TEST(Events, ManualResetStaysSignalledUntilResetAutoResetReleasesOneWait)
     signaller.join();
 }
 
-TEST(Events, WaitForAnyGivesTheLowestSignalledIndexAndConsumesOnlyIt)
+TEST(Events, WaitForAnyTakesTheLowestSignalledWaitForAllTakesAllOrNothing)
 {
     ScopedEvent a(false, false), b(false, true), c(false, true);
     const HANDLE handles[] = {a.Get(), b.Get(), c.Get()};
     EXPECT_EQ(WAIT_OBJECT_0 + 1, WaitForMultipleObjects(3, handles, FALSE, 0));
     EXPECT_EQ(WAIT_OBJECT_0 + 2, WaitForMultipleObjects(3, handles, FALSE, 0));
     EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(3, handles, FALSE, 5));
-}
 
-TEST(Events, WaitForAllConsumesNothingUntilAllAreSignalled)
-{
-    ScopedEvent a(false, true), b(false, false);
-    const HANDLE handles[] = {a.Get(), b.Get()};
+    // Wait-all consumes nothing until all are signalled.
+    ASSERT_TRUE(SetEvent(a.Get()));
     EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(2, handles, TRUE, 0));
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(a.Get(), 0)) << "a partial wait-all took a";
     SetEvent(a.Get());
     std::thread signaller([&b] { SetEvent(b.Get()); });
     EXPECT_EQ(WAIT_OBJECT_0, WaitForMultipleObjects(2, handles, TRUE, INFINITE));
     signaller.join();
-    EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(2, handles, FALSE, 0));
+    EXPECT_EQ(WAIT_TIMEOUT, WaitForMultipleObjects(3, handles, FALSE, 0));
 }
 
 TEST(Events, FailuresGiveWaitFailedWithTheirReason)
