@@ -14,7 +14,7 @@ using Tessel::Detail::WcsToULong32;
 
 // Checks both parsers at the edges of their ranges: the value, errno afterwards (0: untouched)
 // and the characters consumed up to the end pointer.
-TEST(Long32, SignedAndUnsignedEdges)
+TEST(Long32, SignedAndUnsignedEdgesAndRefusedArguments)
 {
     const struct {
         bool isUnsigned;
@@ -62,10 +62,7 @@ TEST(Long32, SignedAndUnsignedEdges)
         EXPECT_EQ(row.errnoAfter, errno);
         EXPECT_EQ(row.consumed, static_cast<size_t>(end - row.text));
     }
-}
-
-TEST(Long32, RefusedArgumentsGiveEinval)
-{
+    // Refused arguments give EINVAL.
     wchar_t* end = nullptr;
     const wchar_t* text = L"12";
     errno = 0;

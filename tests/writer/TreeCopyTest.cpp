@@ -110,12 +110,7 @@ TEST(CopyRegistryTree, SubDatasetThatCannotBeCreatedIsWrappedTwice)
 
 TEST(CopyRegistryTree, SourceThatCannotBeOpenedLeavesTheTargetUntouched)
 {
-    std::shared_ptr<Tessel::IConfigReader> reader;
-    {
-        const ScopedKey source(kSource);
-        reader = OpenReader(kSourceLocation);
-    }
-    ASSERT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, kSource.c_str()), ERROR_SUCCESS);
+    const auto reader = ReaderOfDeletedKey(kSource);
     ExpectFailure<Tessel::Unexpected>(
         [&] { Tessel::CopyRegistryTree(*reader, *OpenWriter(kTargetLocation), true, true); }, OuterText(kSource));
     EXPECT_FALSE(KeyExists(kTarget));

@@ -63,6 +63,18 @@ inline std::optional<RawValue> ReadRaw(const std::wstring& subKey, const std::ws
     return value;
 }
 
+// A reader whose key was deleted after it was opened.
+inline std::shared_ptr<Tessel::IConfigReader> ReaderOfDeletedKey(const std::wstring& subKey)
+{
+    std::shared_ptr<Tessel::IConfigReader> reader;
+    {
+        const ScopedKey key(subKey);
+        reader = OpenReader(L"HKLM\\" + subKey);
+    }
+    EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, subKey.c_str()), ERROR_SUCCESS);
+    return reader;
+}
+
 inline std::vector<std::wstring> ValueNames(const std::wstring& subKey)
 {
     return OpenWriter(L"HKLM\\" + subKey)->GetParameterNames();

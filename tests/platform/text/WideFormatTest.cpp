@@ -75,7 +75,7 @@ TEST(WideFormat, SizePrefixesFollowWindows)
     ExpectRows(rows, std::size(rows));
 }
 
-TEST(WideFormat, NumbersKeepFlagsWidthAndPrecision)
+TEST(WideFormat, NumbersAndPointersKeepFlagsWidthAndPrecision)
 {
     const FormatCase rows[] = {
         {L"[   42]", Format(L"[%5d]", 42)},
@@ -91,14 +91,11 @@ TEST(WideFormat, NumbersKeepFlagsWidthAndPrecision)
         {L"2.50", Format(L"%.2Lf", 2.5L)},
         {L"100% sure", Format(L"%d%% sure", 100)},
         {L"[" + std::wstring(300, L' ') + L"1]", Format(L"[%301d]", 1)},
+        // Pointers show all their digits, in upper case.
+        {std::wstring(sizeof(void*) * 2 - 4, L'0') + L"ABCD",
+         Format(L"%p", reinterpret_cast<void*>(static_cast<uintptr_t>(0xABCD)))},
     };
     ExpectRows(rows, std::size(rows));
-}
-
-TEST(WideFormat, PointersShowAllDigitsInUpperCase)
-{
-    EXPECT_EQ(std::wstring(sizeof(void*) * 2 - 4, L'0') + L"ABCD",
-              Format(L"%p", reinterpret_cast<void*>(static_cast<uintptr_t>(0xABCD))));
 }
 
 TEST(WideFormat, RefusedFormatsAndNullArgumentsGiveEinvalAndEmptyBuffer)
