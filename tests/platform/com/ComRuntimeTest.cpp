@@ -37,20 +37,20 @@ void Create(const CLSID& clsid, const IID& iid, Interface** object)
 TEST(CoInitializeEx, CountsPerThreadAndKeepsItsModel)
 {
     void* object = nullptr;
-    EXPECT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object),
-              CO_E_NOTINITIALIZED);
+    const auto create = [&] {
+        return CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object);
+    };
+    EXPECT_EQ(create(), CO_E_NOTINITIALIZED);
     ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_FALSE);
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), RPC_E_CHANGED_MODE);
     // Another thread has an apartment of its own.
     std::thread([] { EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK); }).join();
     CoUninitialize();
-    EXPECT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object),
-              S_OK);
+    EXPECT_EQ(create(), S_OK);
     static_cast<IUnknown*>(object)->Release();
     CoUninitialize();
-    EXPECT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object),
-              CO_E_NOTINITIALIZED);
+    EXPECT_EQ(create(), CO_E_NOTINITIALIZED);
     EXPECT_EQ(object, nullptr);
 }
 
