@@ -11,7 +11,7 @@ namespace {
 
 using namespace Tessel::Detail;
 
-TEST(SystemText, FetchKeepsTheLineEndThatTheSystemPutsThere)
+TEST(SystemText, FetchKeepsTheLineEndThatTheSystemPutsThereOrGivesNothing)
 {
     for (const DWORD language : {kSystemTextAnyLanguage, kSystemTextUserDefaultLanguage}) {
         SCOPED_TRACE(language);
@@ -19,6 +19,9 @@ TEST(SystemText, FetchKeepsTheLineEndThatTheSystemPutsThere)
         ASSERT_TRUE(FetchSystemText(ERROR_ACCESS_DENIED, language, text));
         EXPECT_EQ(std::wstring(text.Get()), L"Access is denied.\r\n");
     }
+    LocalText none;
+    EXPECT_FALSE(FetchSystemText(0x12345u, kSystemTextAnyLanguage, none));
+    EXPECT_EQ(none.Get(), nullptr);
 }
 
 TEST(SystemText, LineHasNoLineEndAndWin32HresultsFindTheirCodesText)
@@ -32,20 +35,13 @@ TEST(SystemText, LineHasNoLineEndAndWin32HresultsFindTheirCodesText)
         {0x80070005u, L"Access is denied."},
         {0x80004005u, L"Unspecified error"},
         {ERROR_KEY_DELETED, L"Illegal operation attempted on a registry key that has been marked for deletion."},
+        {0x12345u, L""}, // no text
+        {0x80040201u, L""},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(row.code);
         EXPECT_EQ(SystemTextLine(row.code), row.expected);
     }
-}
-
-TEST(SystemText, CodeWithoutTextGivesNothing)
-{
-    LocalText text;
-    EXPECT_FALSE(FetchSystemText(0x12345u, kSystemTextAnyLanguage, text));
-    EXPECT_EQ(text.Get(), nullptr);
-    EXPECT_EQ(SystemTextLine(0x12345u), L"");
-    EXPECT_EQ(SystemTextLine(0x80040201u), L"");
 }
 
 } // namespace

@@ -75,7 +75,7 @@ TEST(Utf16Data, EveryPositionOfASpecialUnitReadsBack)
     EXPECT_EQ(L"", WideTextFromUtf16(nullptr, 8));
 }
 
-TEST(Utf16Data, TerminatorAndOddBytes)
+TEST(Utf16Data, TerminatorOddBytesAndWritingOnlyWhatFits)
 {
     const std::vector<BYTE> data = Utf16FromWide(L"ab", true);
     EXPECT_EQ(Bytes({'a', 0, 'b', 0, 0, 0}), data);
@@ -84,10 +84,8 @@ TEST(Utf16Data, TerminatorAndOddBytes)
     EXPECT_EQ(L"ab", WideFromUtf16(data.data(), 5));
     EXPECT_EQ(L"a", WideFromUtf16(data.data(), 3));
     EXPECT_EQ(L"", WideFromUtf16(nullptr, 4));
-}
 
-TEST(Utf16Data, WriteOnlyWhatFits)
-{
+    // Writing needs room for the whole text or writes nothing.
     const std::wstring text = L"a\U0001F600";
     EXPECT_EQ(6u, WriteUtf16(text, nullptr, 0));
     BYTE out[6] = {0x55, 0x55, 0x55, 0x55, 0x55, 0x55};

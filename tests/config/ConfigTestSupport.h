@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <typeinfo>
@@ -34,6 +33,11 @@ inline std::vector<BYTE> Utf16Bytes(const std::wstring& text, bool terminator = 
     return bytes;
 }
 
+inline std::vector<BYTE> DwordBytes(DWORD number)
+{
+    return {BYTE(number), BYTE(number >> 8), BYTE(number >> 16), BYTE(number >> 24)};
+}
+
 class ScopedKey {
 public:
     explicit ScopedKey(const std::wstring& path, HKEY root = HKEY_LOCAL_MACHINE)
@@ -53,12 +57,7 @@ public:
                   ERROR_SUCCESS);
     }
     void SetText(const std::wstring& name, const std::wstring& text) const { SetRaw(name, REG_SZ, Utf16Bytes(text)); }
-    void SetDword(const std::wstring& name, DWORD number) const
-    {
-        std::vector<BYTE> data(4);
-        std::memcpy(data.data(), &number, 4);
-        SetRaw(name, REG_DWORD, data);
-    }
+    void SetDword(const std::wstring& name, DWORD number) const { SetRaw(name, REG_DWORD, DwordBytes(number)); }
     void SetMultiText(const std::wstring& name, const std::vector<std::wstring>& items) const
     {
         std::vector<BYTE> data;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ConfigTestSupport.h"
@@ -82,11 +83,7 @@ TEST(Navigation, SubDatasetThatCannotBeOpenedEndsTheWalk)
 TEST(Navigation, DatasetNameIsTheLastComponentOfTheSubKey)
 {
     ScopedKey key(kBase + L"\\A\\B");
-    struct Row {
-        std::wstring location;
-        std::wstring name;
-    };
-    const std::vector<Row> rows = {
+    const std::pair<std::wstring, std::wstring> rows[] = {
         {kBaseLocation + L"\\A\\B", L"B"},
         {kBaseLocation + L"\\A\\B\\", L"B"},
         {kBaseLocation + L"\\A\\B\\\\", L""}, // only one trailing backslash is dropped
@@ -94,8 +91,8 @@ TEST(Navigation, DatasetNameIsTheLastComponentOfTheSubKey)
         {L"HKLM\\", L""},
         {L"", L""},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(Narrow(row.location));
-        EXPECT_EQ(OpenReader(row.location)->GetDatasetName(), row.name);
+    for (const auto& [location, name] : rows) {
+        SCOPED_TRACE(Narrow(location));
+        EXPECT_EQ(OpenReader(location)->GetDatasetName(), name);
     }
 }

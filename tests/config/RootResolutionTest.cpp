@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "ConfigTestSupport.h"
 
@@ -38,15 +39,13 @@ TEST(RootResolution, SelectsTheKeyBelowTheRoot)
     ScopedKey(kBase).SetText(L"Marker", L"machine");
     ScopedKey(kBase, HKEY_CURRENT_USER).SetText(L"Marker", L"user");
     ScopedKey(L"Software\\Classes\\KavorTest").SetText(L"Marker", L"classes");
-    struct Row {
-        const wchar_t* location;
-        const wchar_t* marker;
-    };
-    for (const Row& row : {Row{L"HKEY_LOCAL_MACHINE\\Software\\Kavor\\Tessel\\Test\\", L"machine"},
-                           Row{L"HKCU\\Software\\Kavor\\Tessel\\Test", L"user"},
-                           Row{L"HKCR\\KavorTest", L"classes"}}) {
-        SCOPED_TRACE(Narrow(row.location));
-        EXPECT_EQ(OpenReader(row.location)->GetString(L"Marker"), row.marker);
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
+        {L"HKEY_LOCAL_MACHINE\\Software\\Kavor\\Tessel\\Test\\", L"machine"},
+        {L"HKCU\\Software\\Kavor\\Tessel\\Test", L"user"},
+        {L"HKCR\\KavorTest", L"classes"}};
+    for (const auto& [location, marker] : rows) {
+        SCOPED_TRACE(Narrow(location));
+        EXPECT_EQ(OpenReader(location)->GetString(L"Marker"), marker);
     }
     // An empty sub key opens the root itself; a bare name is a key below the default root.
     for (const wchar_t* location : {L"HKLM\\", L"", L"Software"}) {

@@ -86,7 +86,7 @@ TEST_F(ValueStatus, MapsEachStatusToItsClassAndText)
     EXPECT_EQ(m_reader->GetUIntOr(L"NUMBER", 1), 7u); // the store ignores the case of names
 }
 
-TEST_F(ValueStatus, TextEndsAtItsFirstNulOrItsData)
+TEST_F(ValueStatus, TextEndsAtItsFirstNulOrItsDataAndADeletedKeyGivesTheUnknownError)
 {
     std::vector<BYTE> embedded = Utf16Bytes(L"ab");
     const std::vector<BYTE> tail = Utf16Bytes(L"cd");
@@ -99,11 +99,8 @@ TEST_F(ValueStatus, TextEndsAtItsFirstNulOrItsData)
     EXPECT_EQ(m_reader->GetString(L"Unterminated"), L"xyz");
     EXPECT_EQ(m_reader->GetStringOr(L"Empty", L"default"), L"");
     EXPECT_EQ(m_reader->GetString(L""), L"\u00E4%s");
-}
 
-// Checks that any other status of the store takes the general message, which no default hides.
-TEST_F(ValueStatus, DeletedKeyGivesTheUnknownError)
-{
+    // Any other status of the store takes the general message, which no default hides.
     ASSERT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, kBase.c_str()), ERROR_SUCCESS);
     ExpectFailure<UnknownConfigurationException>(
         [&] { m_reader->GetUIntOr(L"Number", 1); },

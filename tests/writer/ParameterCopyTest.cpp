@@ -78,13 +78,7 @@ TEST(CopyParameters, MergesAndOverwritesOnlyWhenAsked)
 
 TEST(CopyParameters, MissingSourceCopiesNothingButCreatesTheTarget)
 {
-    std::shared_ptr<Tessel::IConfigReader> reader;
-    {
-        const ScopedKey source(kSource);
-        reader = OpenReader(L"HKLM\\" + kSource);
-    }
-    ASSERT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, kSource.c_str()), ERROR_SUCCESS);
-    OpenWriter(L"HKLM\\" + kTarget)->CopyParameters(*reader, true);
+    OpenWriter(L"HKLM\\" + kTarget)->CopyParameters(*ReaderOfDeletedKey(kSource), true);
     EXPECT_TRUE(KeyExists(kTarget));
     EXPECT_TRUE(ValueNames(kTarget).empty());
 }

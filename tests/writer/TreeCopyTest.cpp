@@ -28,10 +28,11 @@ void Copy(bool recursive, bool overwrite)
     Tessel::CopyRegistryTree(*OpenReader(kSourceLocation), *OpenWriter(kTargetLocation), recursive, overwrite);
 }
 
-std::wstring OuterText(const std::wstring& inner)
+std::wstring OuterText(const std::wstring& inner, const std::wstring& source = kSourceLocation,
+                      const std::wstring& target = kTargetLocation)
 {
-    return L"'Tessel::CopyRegistryTree': Errors found during copy from '" + kSourceLocation + L"' to '" +
-           kTargetLocation + L"'. Message ='" + inner + L"'";
+    return L"'Tessel::CopyRegistryTree': Errors found during copy from '" + source + L"' to '" + target +
+           L"'. Message ='" + inner + L"'";
 }
 
 } // namespace
@@ -109,12 +110,7 @@ TEST(CopyRegistryTree, SubDatasetThatCannotBeCreatedIsWrappedTwice)
 
 TEST(CopyRegistryTree, SourceThatCannotBeOpenedLeavesTheTargetUntouched)
 {
-    std::shared_ptr<Tessel::IConfigReader> reader;
-    {
-        const ScopedKey source(kSource);
-        reader = OpenReader(kSourceLocation);
-    }
-    ASSERT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, kSource.c_str()), ERROR_SUCCESS);
+    const auto reader = ReaderOfDeletedKey(kSource);
     ExpectFailure<Tessel::Unexpected>(
         [&] { Tessel::CopyRegistryTree(*reader, *OpenWriter(kTargetLocation), true, true); }, OuterText(kSource));
     EXPECT_FALSE(KeyExists(kTarget));
@@ -123,8 +119,7 @@ TEST(CopyRegistryTree, SourceThatCannotBeOpenedLeavesTheTargetUntouched)
     const std::wstring colonTarget = kTargetLocation + L"\\a:b";
     ExpectFailure<Tessel::Unexpected>(
         [&] { Tessel::CopyRegistryTree(*reader, *OpenWriter(L"registry:" + colonTarget), true, true); },
-        L"'Tessel::CopyRegistryTree': Errors found during copy from '" + kSourceLocation + L"' to '" + colonTarget +
-            L"'. Message ='" + kSource + L"'");
+        OuterText(kSource, kSourceLocation, colonTarget));
 }
 
 // A location is handed to the factories as a data-source name, so a colon in it splits off a
@@ -138,7 +133,6 @@ TEST(CopyRegistryTree, ColonInALocationIsRefusedByTheFactory)
         [&] {
             Tessel::CopyRegistryTree(*OpenReader(L"registry:" + location), *OpenWriter(kTargetLocation), true, false);
         },
-        L"'Tessel::CopyRegistryTree': Errors found during copy from '" + location + L"' to '" + kTargetLocation +
-            L"'. Message =''");
+        OuterText(L"", location));
     EXPECT_FALSE(KeyExists(kTarget));
 }

@@ -25,9 +25,9 @@ TEST(WriterFactory, RefusesOtherSchemesAndUnknownRootsWithoutText)
     EXPECT_EQ(OpenWriter(L" Registry :" + kMissingLocation)->GetDatasetPath(), kMissingLocation);
 }
 
-// Checks that a writer on a location that does not exist reads as an empty dataset, and that
-// reading creates nothing.
-TEST(RegistryDataWriter, MissingLocationReadsAsEmptyAndStaysMissing)
+// Checks that a writer on a location that does not exist reads as an empty dataset, that reading
+// creates nothing, and that the first modifying operation creates the dataset and its parents.
+TEST(RegistryDataWriter, MissingLocationReadsAsEmptyUntilTheFirstModifyingOperation)
 {
     const auto writer = OpenWriter(kMissingLocation);
     ExpectFailure<Tessel::PersistentDataParameterNotFoundException>([&] { writer->GetInt(L"p"); },
@@ -37,10 +37,7 @@ TEST(RegistryDataWriter, MissingLocationReadsAsEmptyAndStaysMissing)
     EXPECT_TRUE(writer->GetSubDatasets().empty());
     EXPECT_FALSE(writer->HasSubDataset(L"x"));
     EXPECT_FALSE(KeyExists(kMissing));
-}
 
-TEST(RegistryDataWriter, FirstModifyingOperationCreatesTheDatasetAndItsParents)
-{
     const std::pair<const char*, std::function<void(IPersistentDataWriter&)>> operations[] = {
         {"SetInt", [](IPersistentDataWriter& w) { w.SetInt(L"p", 1); }},
         {"DeleteParameter", [](IPersistentDataWriter& w) { w.DeleteParameter(L"p"); }},

@@ -35,11 +35,6 @@ inline RawValue RawText(const std::wstring& text)
     return RawValue{REG_SZ, Utf16Bytes(text)};
 }
 
-inline std::vector<BYTE> DwordBytes(DWORD number)
-{
-    return {BYTE(number), BYTE(number >> 8), BYTE(number >> 16), BYTE(number >> 24)};
-}
-
 // Keys below HKEY_LOCAL_MACHINE.
 inline bool KeyExists(const std::wstring& subKey)
 {
@@ -66,6 +61,18 @@ inline std::optional<RawValue> ReadRaw(const std::wstring& subKey, const std::ws
     if (status != ERROR_SUCCESS)
         return std::nullopt;
     return value;
+}
+
+// A reader whose key was deleted after it was opened.
+inline std::shared_ptr<Tessel::IConfigReader> ReaderOfDeletedKey(const std::wstring& subKey)
+{
+    std::shared_ptr<Tessel::IConfigReader> reader;
+    {
+        const ScopedKey key(subKey);
+        reader = OpenReader(L"HKLM\\" + subKey);
+    }
+    EXPECT_EQ(RegDeleteKeyW(HKEY_LOCAL_MACHINE, subKey.c_str()), ERROR_SUCCESS);
+    return reader;
 }
 
 inline std::vector<std::wstring> ValueNames(const std::wstring& subKey)

@@ -27,32 +27,37 @@ protected:
     void TearDown() override { CoUninitialize(); }
 };
 
+// Creates an in-process system object; call under ASSERT_NO_FATAL_FAILURE.
+template <class Interface>
+void Create(const CLSID& clsid, const IID& iid, Interface** object)
+{
+    ASSERT_EQ(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, iid, reinterpret_cast<void**>(object)), S_OK);
+}
+
 TEST(CoInitializeEx, CountsPerThreadAndKeepsItsModel)
 {
     void* object = nullptr;
-    EXPECT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object),
-              CO_E_NOTINITIALIZED);
+    const auto create = [&] {
+        return CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object);
+    };
+    EXPECT_EQ(create(), CO_E_NOTINITIALIZED);
     ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_FALSE);
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), RPC_E_CHANGED_MODE);
     // Another thread has an apartment of its own.
     std::thread([] { EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK); }).join();
     CoUninitialize();
-    EXPECT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object),
-              S_OK);
+    EXPECT_EQ(create(), S_OK);
     static_cast<IUnknown*>(object)->Release();
     CoUninitialize();
-    EXPECT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions, &object),
-              CO_E_NOTINITIALIZED);
+    EXPECT_EQ(create(), CO_E_NOTINITIALIZED);
     EXPECT_EQ(object, nullptr);
 }
 
 TEST_F(ComApartment, CreationRefusesWhatItCannotMake)
 {
     IUnknown* outer = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_ALL, IID_IUnknown,
-                               reinterpret_cast<void**>(&outer)),
-              S_OK);
+    ASSERT_NO_FATAL_FAILURE(Create(CLSID_GlobalOptions, IID_IUnknown, &outer));
     void* object = outer;
     EXPECT_EQ(CoCreateInstance(kUnknownClass, nullptr, CLSCTX_ALL, IID_IUnknown, &object), REGDB_E_CLASSNOTREG);
     EXPECT_EQ(object, nullptr);
@@ -70,9 +75,7 @@ TEST_F(ComApartment, CreationRefusesWhatItCannotMake)
 TEST_F(ComApartment, GlobalOptionsAreOneObjectPerProcess)
 {
     IGlobalOptions* first = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions,
-                               reinterpret_cast<void**>(&first)),
-              S_OK);
+    ASSERT_NO_FATAL_FAILURE(Create(CLSID_GlobalOptions, IID_IGlobalOptions, &first));
     ULONG_PTR value = 9;
     EXPECT_EQ(first->Query(COMGLB_EXCEPTION_HANDLING, &value), S_OK);
     EXPECT_EQ(value, static_cast<ULONG_PTR>(COMGLB_EXCEPTION_HANDLE));
@@ -82,9 +85,7 @@ TEST_F(ComApartment, GlobalOptionsAreOneObjectPerProcess)
     first->Release();
 
     IGlobalOptions* second = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IGlobalOptions,
-                               reinterpret_cast<void**>(&second)),
-              S_OK);
+    ASSERT_NO_FATAL_FAILURE(Create(CLSID_GlobalOptions, IID_IGlobalOptions, &second));
     EXPECT_EQ(second->Query(COMGLB_EXCEPTION_HANDLING, &value), S_OK);
     EXPECT_EQ(value, static_cast<ULONG_PTR>(COMGLB_EXCEPTION_DONOT_HANDLE_ANY));
     second->Release();
@@ -93,13 +94,9 @@ TEST_F(ComApartment, GlobalOptionsAreOneObjectPerProcess)
 TEST_F(ComApartment, InterfaceTableHandsOutWhatWasRegistered)
 {
     IGlobalInterfaceTable* table = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_StdGlobalInterfaceTable, nullptr, CLSCTX_INPROC_SERVER,
-                               IID_IGlobalInterfaceTable, reinterpret_cast<void**>(&table)),
-              S_OK);
+    ASSERT_NO_FATAL_FAILURE(Create(CLSID_StdGlobalInterfaceTable, IID_IGlobalInterfaceTable, &table));
     IUnknown* options = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_GlobalOptions, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                               reinterpret_cast<void**>(&options)),
-              S_OK);
+    ASSERT_NO_FATAL_FAILURE(Create(CLSID_GlobalOptions, IID_IUnknown, &options));
     DWORD cookie = 0;
     ASSERT_EQ(table->RegisterInterfaceInGlobal(options, IID_IGlobalOptions, &cookie), S_OK);
     EXPECT_EQ(table->RegisterInterfaceInGlobal(options, IID_ICatRegister, &cookie), E_NOINTERFACE);
@@ -113,32 +110,6 @@ TEST_F(ComApartment, InterfaceTableHandsOutWhatWasRegistered)
     EXPECT_EQ(fetched, nullptr);
     options->Release();
     table->Release();
-}
-
-// Checks that a description reaches the store as UTF-16, a character beyond the basic plane as
-// its surrogate pair.
-TEST_F(ComApartment, CategoryDescriptionIsStoredAsUtf16)
-{
-    void* object = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_StdComponentCategoriesMgr, nullptr, CLSCTX_INPROC_SERVER, IID_ICatRegister, &object),
-              S_OK);
-    ICatRegister* categories = static_cast<ICatRegister*>(object);
-    CATEGORYINFO info = {{0x0BADF00D, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}}, 0x1F, {}};
-    std::wcscpy(info.szDescription, L"\u00E4\U0001F600");
-    ASSERT_EQ(categories->RegisterCategories(1, &info), S_OK);
-    HKEY key = nullptr;
-    ASSERT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"Component Categories\\{0BADF00D-0001-0002-0304-05060708090A}", 0,
-                            KEY_READ, &key),
-              ERROR_SUCCESS);
-    BYTE data[16] = {};
-    DWORD size = sizeof data;
-    EXPECT_EQ(RegQueryValueExW(key, L"1f", nullptr, nullptr, data, &size), ERROR_SUCCESS);
-    const BYTE expected[] = {0xE4, 0x00, 0x3D, 0xD8, 0x00, 0xDE, 0x00, 0x00};
-    ASSERT_EQ(size, sizeof expected);
-    EXPECT_EQ(std::memcmp(data, expected, sizeof expected), 0);
-    RegCloseKey(key);
-    categories->UnRegisterCategories(1, &info.catid);
-    categories->Release();
 }
 
 // Checks the identity and counting rules on each system class: IUnknown and the class's own
@@ -158,9 +129,7 @@ TEST_F(ComApartment, SystemObjectsFollowTheIdentityAndCountingRules)
     for (const Case& row : cases) {
         SCOPED_TRACE(row.what);
         IUnknown* own = nullptr;
-        ASSERT_EQ(CoCreateInstance(*row.clsid, nullptr, CLSCTX_INPROC_SERVER, *row.iid,
-                                   reinterpret_cast<void**>(&own)),
-                  S_OK);
+        ASSERT_NO_FATAL_FAILURE(Create(*row.clsid, *row.iid, &own));
         IUnknown* identity = nullptr;
         ASSERT_EQ(own->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity)), S_OK);
         EXPECT_EQ(identity, own);
@@ -175,12 +144,12 @@ TEST_F(ComApartment, SystemObjectsFollowTheIdentityAndCountingRules)
     }
 }
 
+// Checks the keys the category manager writes and removes, and that a description reaches the
+// store as UTF-16, a character beyond the basic plane as its surrogate pair.
 TEST_F(ComApartment, CategoryManagerWritesTheCategoryKeys)
 {
     ICatRegister* categories = nullptr;
-    ASSERT_EQ(CoCreateInstance(CLSID_StdComponentCategoriesMgr, nullptr, CLSCTX_INPROC_SERVER, IID_ICatRegister,
-                               reinterpret_cast<void**>(&categories)),
-              S_OK);
+    ASSERT_NO_FATAL_FAILURE(Create(CLSID_StdComponentCategoriesMgr, IID_ICatRegister, &categories));
     const CLSID clsid = {0x0A0B0C0D, 0x0102, 0x0304, {0xAB, 0xCD, 0xEF, 0x01, 0x23, 0x45, 0x67, 0x89}};
     CATID catid = {0xDEADBEEF, 0xCAFE, 0xF00D, {0, 1, 2, 3, 4, 5, 6, 7}};
     CATEGORYINFO info = {catid, 0x409, {}};
@@ -216,6 +185,21 @@ TEST_F(ComApartment, CategoryManagerWritesTheCategoryKeys)
     EXPECT_TRUE(KeyExists(L"CLSID\\{0A0B0C0D-0102-0304-ABCD-EF0123456789}\\Implemented Categories"));
     // Taking away what is not there is no failure.
     EXPECT_EQ(categories->UnRegisterClassImplCategories(clsid, 1, &catid), S_OK);
+
+    CATEGORYINFO wide = {{0x0BADF00D, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10}}, 0x1F, {}};
+    std::wcscpy(wide.szDescription, L"\u00E4\U0001F600");
+    ASSERT_EQ(categories->RegisterCategories(1, &wide), S_OK);
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CLASSES_ROOT, L"Component Categories\\{0BADF00D-0001-0002-0304-05060708090A}", 0,
+                            KEY_READ, &key),
+              ERROR_SUCCESS);
+    BYTE data[16] = {};
+    size = sizeof data;
+    EXPECT_EQ(RegQueryValueExW(key, L"1f", nullptr, nullptr, data, &size), ERROR_SUCCESS);
+    const BYTE expected[] = {0xE4, 0x00, 0x3D, 0xD8, 0x00, 0xDE, 0x00, 0x00};
+    ASSERT_EQ(size, sizeof expected);
+    EXPECT_EQ(std::memcmp(data, expected, sizeof expected), 0);
+    RegCloseKey(key);
+    categories->UnRegisterCategories(1, &wide.catid);
     categories->Release();
 }
 

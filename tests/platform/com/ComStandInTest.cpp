@@ -12,7 +12,7 @@ namespace {
 
 DEFINE_GUID(IID_TestDefined, 0x12345678, 0x9ABC, 0xDEF0, 0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF);
 
-TEST(ComGuids, WellKnownValuesAndComparison)
+TEST(ComGuids, WellKnownValuesComparisonAndText)
 {
     EXPECT_EQ(sizeof(GUID), 16u);
     const GUID supportErrorInfo = {0xDF0B3D60, 0x548F, 0x101B, {0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19}};
@@ -21,10 +21,7 @@ TEST(ComGuids, WellKnownValuesAndComparison)
     EXPECT_TRUE(IsEqualGUID(IID_IErrorInfo, errorInfo));
     EXPECT_TRUE(IID_TestDefined != GUID_NULL);
     EXPECT_EQ(IID_TestDefined.Data4[7], 0xEF);
-}
-
-TEST(ComGuids, TextIsUpperCaseInBracesAndNeedsItsWholeBuffer)
-{
+    // Text is upper case in braces and needs its whole buffer.
     wchar_t text[40];
     EXPECT_EQ(StringFromGUID2(IID_TestDefined, text, 40), 39);
     EXPECT_STREQ(text, L"{12345678-9ABC-DEF0-0123-456789ABCDEF}");
@@ -85,7 +82,7 @@ protected:
     IErrorInfo* m_reader = nullptr;
 };
 
-TEST_F(ComErrorObjectTest, WriterSideFillsReaderSide)
+TEST_F(ComErrorObjectTest, WriterSideFillsReaderSideOfOneObject)
 {
     EXPECT_EQ(Read(&IErrorInfo::GetDescription, m_reader), L"<null>");
     wchar_t description[] = L"Denied 100%";
@@ -107,10 +104,8 @@ TEST_F(ComErrorObjectTest, WriterSideFillsReaderSide)
 
     EXPECT_EQ(m_writer->SetDescription(nullptr), S_OK);
     EXPECT_EQ(Read(&IErrorInfo::GetDescription, m_reader), L"<null>");
-}
 
-TEST_F(ComErrorObjectTest, QueryInterfaceFollowsTheIdentityRule)
-{
+    // Both sides are one object under the identity rule.
     IUnknown* fromWriter = nullptr;
     IUnknown* fromReader = nullptr;
     ASSERT_EQ(m_writer->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&fromWriter)), S_OK);
@@ -118,7 +113,6 @@ TEST_F(ComErrorObjectTest, QueryInterfaceFollowsTheIdentityRule)
     EXPECT_EQ(fromWriter, fromReader);
     fromWriter->Release();
     fromReader->Release();
-
     void* none = reinterpret_cast<void*>(1);
     EXPECT_EQ(m_reader->QueryInterface(IID_ISupportErrorInfo, &none), E_NOINTERFACE);
     EXPECT_EQ(none, nullptr);
@@ -152,18 +146,11 @@ TEST_F(ComErrorObjectTest, ThreadsObjectGoesToItsFirstReaderOnly)
     EXPECT_EQ(GetErrorInfo(0, &taken), S_FALSE);
 }
 
-TEST(ComErrorObject, ThreadEndReleasesItsObject)
+TEST_F(ComErrorObjectTest, ThreadEndReleasesItsObject)
 {
-    ICreateErrorInfo* writer = nullptr;
-    ASSERT_EQ(CreateErrorInfo(&writer), S_OK);
-    IErrorInfo* reader = nullptr;
-    ASSERT_EQ(writer->QueryInterface(IID_IErrorInfo, reinterpret_cast<void**>(&reader)), S_OK);
-    std::thread worker([reader] { SetErrorInfo(0, reader); });
-    worker.join();
-    reader->AddRef();
-    EXPECT_EQ(reader->Release(), 2u); // writer and reader remain, the thread's reference is gone
-    reader->Release();
-    writer->Release();
+    std::thread([this] { SetErrorInfo(0, m_reader); }).join();
+    m_reader->AddRef();
+    EXPECT_EQ(m_reader->Release(), 2u); // writer and reader remain, the thread's reference is gone
 }
 
 } // namespace

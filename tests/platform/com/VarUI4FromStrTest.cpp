@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(VarUI4FromStr, ParsesTheAutomationNumberForms)
+TEST(VarUI4FromStr, ParsesTheAutomationNumberFormsAndRefusesNulls)
 {
     const struct {
         const wchar_t* text;
@@ -57,10 +57,6 @@ TEST(VarUI4FromStr, ParsesTheAutomationNumberForms)
         EXPECT_EQ(VarUI4FromStr(row.text, 0, 0, &value), row.expected);
         EXPECT_EQ(value, row.expected == S_OK ? row.value : 12345u);
     }
-}
-
-TEST(VarUI4FromStr, NullArgumentsAreRefused)
-{
     ULONG value = 0;
     EXPECT_EQ(VarUI4FromStr(nullptr, 0, 0, &value), E_INVALIDARG);
     EXPECT_EQ(VarUI4FromStr(L"1", 0, 0, nullptr), E_INVALIDARG);

@@ -31,11 +31,13 @@ std::wstring SystemText(DWORD code, DWORD language = kDefaultLanguage, DWORD* er
     return result;
 }
 
-TEST(FormatMessage, Win32TextsEndInCarriageReturnAndLineFeed)
+// Checks each code's text, which ends in a line end; a Win32 code's text also stands for the
+// HRESULT of FACILITY_WIN32 made from it. A code without a text gives nothing.
+TEST(FormatMessage, TextsOfWin32AndHresultCodes)
 {
     struct Case {
         DWORD code;
-        const wchar_t* text;
+        const wchar_t* text; // null: the system has none
     };
     const Case cases[] = {
         {0, L"The operation completed successfully."},
@@ -60,43 +62,27 @@ TEST(FormatMessage, Win32TextsEndInCarriageReturnAndLineFeed)
                L"recovered because the alternate copy or log was absent or corrupted."},
         {1018, L"Illegal operation attempted on a registry key that has been marked for deletion."},
         {1804, L"The specified datatype is invalid."},
+        {0x80004005u, L"Unspecified error"},
+        {0x8000FFFFu, L"Catastrophic failure"},
+        {0x80020009u, L"Exception occurred."},
+        {0x8007000Eu, L"Not enough memory resources are available to complete this operation."},
+        {0x80040200u, nullptr}, {0x80040201u, nullptr}, {0x8004FFFFu, nullptr}, {0x80050000u, nullptr},
+        {0x12345u, nullptr},    {0x8007FFFFu, nullptr}, {0xFFFFu, nullptr},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(row.code);
+        DWORD error = 0;
+        const std::wstring text = SystemText(row.code, kDefaultLanguage, &error);
+        if (row.text == nullptr) {
+            EXPECT_EQ(text, L"<none>");
+            EXPECT_EQ(error, static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND));
+            continue;
+        }
         const std::wstring expected = std::wstring(row.text) + L"\r\n";
-        EXPECT_EQ(SystemText(row.code), expected);
-        // The same code as an HRESULT of FACILITY_WIN32.
-        if (row.code != 0) {
+        EXPECT_EQ(text, expected);
+        if (row.code != 0 && row.code < 0x10000) {
             EXPECT_EQ(SystemText(static_cast<DWORD>(HRESULT_FROM_WIN32(static_cast<LONG>(row.code)))), expected);
         }
-    }
-}
-
-TEST(FormatMessage, HresultTexts)
-{
-    struct Case {
-        DWORD code;
-        const wchar_t* text;
-    };
-    const Case cases[] = {
-        {0x80004005u, L"Unspecified error\r\n"},
-        {0x8000FFFFu, L"Catastrophic failure\r\n"},
-        {0x80020009u, L"Exception occurred.\r\n"},
-        {0x8007000Eu, L"Not enough memory resources are available to complete this operation.\r\n"},
-    };
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.code);
-        EXPECT_EQ(SystemText(row.code), row.text);
-    }
-}
-
-TEST(FormatMessage, CodesWithoutTextGiveNothing)
-{
-    for (DWORD code : {0x80040200u, 0x80040201u, 0x8004FFFFu, 0x80050000u, 0x12345u, 0x8007FFFFu, 0xFFFFu}) {
-        SCOPED_TRACE(code);
-        DWORD error = 0;
-        EXPECT_EQ(SystemText(code, kDefaultLanguage, &error), L"<none>");
-        EXPECT_EQ(error, static_cast<DWORD>(ERROR_MR_MID_NOT_FOUND));
     }
 }
 
@@ -116,24 +102,14 @@ TEST(FormatMessage, CallersBufferMustHoldTextAndTerminator)
 {
     const std::wstring expected = L"Access is denied.\r\n";
     const DWORD needed = static_cast<DWORD>(expected.size() + 1);
+    const DWORD flags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
     wchar_t buffer[64];
-    struct Case {
-        DWORD size;
-        DWORD result;
-    };
-    const Case cases[] = {{needed, needed - 1}, {needed - 1, 0}};
-    for (const Case& row : cases) {
-        SCOPED_TRACE(row.size);
-        std::wmemset(buffer, L'#', 64);
-        EXPECT_EQ(FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, 5, 0, buffer,
-                                 row.size, nullptr),
-                  row.result);
-        if (row.result != 0) {
-            EXPECT_EQ(std::wstring(buffer), expected);
-        } else {
-            EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-        }
-    }
+    std::wmemset(buffer, L'#', 64);
+    EXPECT_EQ(FormatMessageW(flags, nullptr, 5, 0, buffer, needed, nullptr), needed - 1);
+    EXPECT_EQ(std::wstring(buffer), expected);
+    std::wmemset(buffer, L'#', 64);
+    EXPECT_EQ(FormatMessageW(flags, nullptr, 5, 0, buffer, needed - 1, nullptr), 0u);
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
 }
 
 TEST(LocalMemory, ZeroInitAndFree)

@@ -53,31 +53,25 @@ TEST(CodePage, AnsiCodePagesAreUtf8AndCountTheTerminator)
     }
 }
 
-TEST(CodePage, ExplicitCountWritesNoTerminator)
+TEST(CodePage, ExplicitCountWritesNoTerminatorAndBufferOneShortIsInsufficient)
 {
-    wchar_t wide[4] = {L'x', L'x', L'x', L'x'};
+    wchar_t wide[8] = {L'x', L'x', L'x', L'x'};
     EXPECT_EQ(2, MultiByteToWideChar(CP_UTF8, 0, "abc", 2, wide, 4));
     EXPECT_EQ(L'x', wide[2]);
-    char narrow[4] = "xxx";
+    char narrow[15] = "xxx";
     EXPECT_EQ(2, WideCharToMultiByte(CP_UTF8, 0, L"abc", 2, narrow, 4, nullptr, nullptr));
     EXPECT_EQ('x', narrow[2]);
-}
 
-TEST(CodePage, BufferOneShortIsInsufficient)
-{
-    wchar_t wide[8];
     SetLastError(0);
     EXPECT_EQ(0, MultiByteToWideChar(CP_UTF8, 0, kNarrow, -1, wide, 8));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
-
     // The four-byte character doesn't fit into three bytes even though bytes are left.
-    char narrow[15];
     SetLastError(0);
     EXPECT_EQ(0, WideCharToMultiByte(CP_UTF8, 0, kWide, -1, narrow, 15, nullptr, nullptr));
     EXPECT_EQ(static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER), GetLastError());
 }
 
-TEST(CodePage, IllFormedUtf8BecomesReplacementOrFails)
+TEST(CodePage, IllFormedTextBecomesReplacementOrFailsInBothDirections)
 {
     struct Row {
         std::string input;
@@ -99,10 +93,7 @@ TEST(CodePage, IllFormedUtf8BecomesReplacementOrFails)
                                          static_cast<int>(row.input.size()), nullptr, 0));
         EXPECT_EQ(static_cast<DWORD>(ERROR_NO_UNICODE_TRANSLATION), GetLastError());
     }
-}
 
-TEST(CodePage, SurrogatesInWideText)
-{
     // A pair that a caller built by hand is the character it encodes.
     const std::wstring pair = {static_cast<wchar_t>(0xD834), static_cast<wchar_t>(0xDD1E)};
     EXPECT_EQ("\xF0\x9D\x84\x9E", ToNarrow(pair));

@@ -75,7 +75,7 @@ TEST(WideFormat, SizePrefixesFollowWindows)
     ExpectRows(rows, std::size(rows));
 }
 
-TEST(WideFormat, NumbersKeepFlagsWidthAndPrecision)
+TEST(WideFormat, NumbersAndPointersKeepFlagsWidthAndPrecision)
 {
     const FormatCase rows[] = {
         {L"[   42]", Format(L"[%5d]", 42)},
@@ -91,17 +91,14 @@ TEST(WideFormat, NumbersKeepFlagsWidthAndPrecision)
         {L"2.50", Format(L"%.2Lf", 2.5L)},
         {L"100% sure", Format(L"%d%% sure", 100)},
         {L"[" + std::wstring(300, L' ') + L"1]", Format(L"[%301d]", 1)},
+        // Pointers show all their digits, in upper case.
+        {std::wstring(sizeof(void*) * 2 - 4, L'0') + L"ABCD",
+         Format(L"%p", reinterpret_cast<void*>(static_cast<uintptr_t>(0xABCD)))},
     };
     ExpectRows(rows, std::size(rows));
 }
 
-TEST(WideFormat, PointersShowAllDigitsInUpperCase)
-{
-    EXPECT_EQ(std::wstring(sizeof(void*) * 2 - 4, L'0') + L"ABCD",
-              Format(L"%p", reinterpret_cast<void*>(static_cast<uintptr_t>(0xABCD))));
-}
-
-TEST(WideFormat, RefusedFormatsGiveEinvalAndEmptyBuffer)
+TEST(WideFormat, RefusedFormatsAndNullArgumentsGiveEinvalAndEmptyBuffer)
 {
     const wchar_t* formats[] = {L"%n", L"%k", L"trailing %", L"%ls%q", L"%Ld"};
     for (const wchar_t* format : formats) {
@@ -113,16 +110,11 @@ TEST(WideFormat, RefusedFormatsGiveEinvalAndEmptyBuffer)
         EXPECT_EQ(EINVAL, errno);
         EXPECT_EQ(L'\0', buffer[0]);
     }
-}
-
-TEST(WideFormat, NullArgumentsGiveEinval)
-{
     wchar_t buffer[8] = L"keep";
     errno = 0;
     EXPECT_EQ(-1, _snwprintf_s(buffer, 8, _TRUNCATE, nullptr));
     EXPECT_EQ(EINVAL, errno);
     EXPECT_EQ(L'\0', buffer[0]);
-
     errno = 0;
     EXPECT_EQ(-1, swprintf_s(nullptr, 8, L"x"));
     EXPECT_EQ(EINVAL, errno);
@@ -162,20 +154,18 @@ TEST(WideFormat, HugeWidthIsCutLikeAnyLongText)
     EXPECT_EQ(std::wstring(15, L' '), buffer);
 }
 
-TEST(WideFormat, CountBelowBufferSizeCutsLikeTruncate)
+// A count below the buffer's size cuts like _TRUNCATE; without either, too small a buffer gives
+// ERANGE.
+TEST(WideFormat, CountCutsAndTooSmallWithoutTruncationGivesErange)
 {
-    wchar_t buffer[10];
+    wchar_t wide[10];
     errno = kUntouched;
-    EXPECT_EQ(-1, _snwprintf_s(buffer, 10, 3, L"%s", L"abcdef"));
-    EXPECT_STREQ(L"abc", buffer);
+    EXPECT_EQ(-1, _snwprintf_s(wide, 10, 3, L"%s", L"abcdef"));
+    EXPECT_STREQ(L"abc", wide);
     EXPECT_EQ(kUntouched, errno);
+    EXPECT_EQ(2, _snwprintf_s(wide, 10, 3, L"ab"));
+    EXPECT_STREQ(L"ab", wide);
 
-    EXPECT_EQ(2, _snwprintf_s(buffer, 10, 3, L"ab"));
-    EXPECT_STREQ(L"ab", buffer);
-}
-
-TEST(WideFormat, TooSmallWithoutTruncationGivesErange)
-{
     wchar_t buffer[4] = L"old";
     errno = 0;
     EXPECT_EQ(-1, swprintf_s(buffer, 4, L"%d", 12345));

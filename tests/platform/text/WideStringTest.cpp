@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(WideString, WcsncpySecureCopy)
+TEST(WideString, SecureCopiesRefuseWhatDoesNotFit)
 {
     struct Row {
         size_t destSize;
@@ -44,18 +44,15 @@ TEST(WideString, WcsncpySecureCopy)
     EXPECT_EQ(EINVAL, wcsncpy_s(nullptr, 4, L"a", 1));
     EXPECT_EQ(EINVAL, errno);
     EXPECT_EQ(0, wcsncpy_s(nullptr, 0, L"a", 0));
-}
 
-TEST(WideString, WcscpyRefusesWhatDoesNotFit)
-{
-    wchar_t dest[3] = L"xy";
+    wchar_t small[3] = L"xy";
     errno = 0;
-    EXPECT_EQ(ERANGE, wcscpy_s(dest, L"abc"));
+    EXPECT_EQ(ERANGE, wcscpy_s(small, L"abc"));
     EXPECT_EQ(ERANGE, errno);
-    EXPECT_EQ(L'\0', dest[0]);
-    EXPECT_EQ(0, wcscpy_s(dest, L"ab"));
-    EXPECT_STREQ(L"ab", dest);
-    EXPECT_EQ(EINVAL, wcscpy_s(dest, nullptr));
+    EXPECT_EQ(L'\0', small[0]);
+    EXPECT_EQ(0, wcscpy_s(small, L"ab"));
+    EXPECT_STREQ(L"ab", small);
+    EXPECT_EQ(EINVAL, wcscpy_s(small, nullptr));
 }
 
 TEST(WideString, CaseInsensitiveComparisons)
