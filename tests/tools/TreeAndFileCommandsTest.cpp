@@ -7,7 +7,9 @@
 #include <fstream>
 #include <sstream>
 
+#include "CommandSupport.h"
 #include "CommandsFixture.h"
+#include "KeyPath.h"
 
 namespace Tessel::Reg::Testing {
 namespace {
@@ -293,6 +295,21 @@ TEST_F(TreeCommands, HiveVerbsSayThatThisSystemHasNoHives)
         EXPECT_EQ(Run({verb, L"/?"}), 0);
         EXPECT_NE(m_console.OutText.find(L"Not supported on this system"), std::wstring::npos);
     }
+}
+
+// A key deleted by someone else between its opening and the listing of its sub-keys, as a watch
+// or a query /s may meet it, is passed over rather than ending the walk with an error.
+TEST_F(TreeCommands, AWalkPassesOverAKeyDeletedAfterItWasOpened)
+{
+    Add({kA + L"\\gone", L"/f"});
+    const KeyPath gone = *ParseKeyPath(kA + L"\\gone");
+    RegistryKey key;
+    ASSERT_EQ(ERROR_SUCCESS, key.Open(gone, KEY_READ));
+    ASSERT_EQ(0, Run({L"delete", kA + L"\\gone", L"/f"}));
+    std::vector<std::wstring> visited;
+    auto visit = [&visited](const KeyPath& path, RegistryKey&) { visited.push_back(path.FullName()); };
+    EXPECT_NO_THROW(WalkTree(gone, key, visit));
+    EXPECT_EQ(std::vector<std::wstring>{kFullA + L"\\gone"}, visited);
 }
 
 } // namespace

@@ -40,7 +40,13 @@ template <typename Visit>
 void WalkTree(const KeyPath& path, RegistryKey& key, Visit& visit)
 {
     visit(path, key);
-    for (const std::wstring& name : SubKeyNames(key)) {
+    std::vector<std::wstring> names;
+    const LSTATUS status = key.ReadSubKeyNames(names);
+    // Deleted after it was opened: it is passed over like one deleted before.
+    if (status == ERROR_KEY_DELETED)
+        return;
+    Require(status);
+    for (const std::wstring& name : names) {
         const KeyPath childPath = path.Child(name);
         RegistryKey child;
         if (OpenFoundKey(child, childPath, KEY_READ))
