@@ -187,7 +187,11 @@ int QueryTree(const KeyPath& path, RegistryKey& key, const ValueFormat& format, 
 {
     auto visit = [&](const KeyPath& keyPath, const RegistryKey& visited) {
         std::vector<RegistryValue> values;
-        Require(visited.ReadValues(values));
+        const LSTATUS status = visited.ReadValues(values);
+        // Deleted by someone else during the walk: passed over, as the walk passes over its keys.
+        if (status == ERROR_KEY_DELETED)
+            return;
+        Require(status);
         console.Out(FormatKeyBlock(keyPath.FullName(), values, format));
     };
     WalkTree(path, key, visit);
@@ -203,7 +207,7 @@ int FindValueInTree(const KeyPath& path, RegistryKey& key, const std::wstring& n
     auto visit = [&](const KeyPath& keyPath, const RegistryKey& visited) {
         RegistryValue value;
         const LSTATUS status = visited.ReadValue(name, value);
-        if (status == ERROR_FILE_NOT_FOUND)
+        if (status == ERROR_FILE_NOT_FOUND || status == ERROR_KEY_DELETED)
             return;
         Require(status);
         console.Out(FormatKeyBlock(keyPath.FullName(), {value}, format));
